@@ -3,11 +3,6 @@
 
 namespace qcm {
 
-int& reported_errno() noexcept {
-    thread_local int code = 0;
-    return code;
-}
-
 namespace {
 double make_library_nan() noexcept {
     const std::uint64_t bits = 0x7FFFFFFFFFFFFFFFull;

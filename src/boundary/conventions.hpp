@@ -23,7 +23,10 @@ namespace qcm {
 
 // Per-thread record of what the errno policy reported during the current
 // export call (0: nothing).
-int& reported_errno() noexcept;
+inline int& reported_errno() noexcept {
+    thread_local int code = 0;
+    return code;
+}
 
 inline void report_errno(int code) noexcept { reported_errno() = code; }
 
