@@ -11,13 +11,12 @@
 #ifndef QCM_BOUNDARY_CONVENTIONS_HPP
 #define QCM_BOUNDARY_CONVENTIONS_HPP
 
+#include <boost/math/policies/error_handling.hpp>
+#include <boost/math/policies/policy.hpp>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <limits>
-
-#include <boost/math/policies/error_handling.hpp>
-#include <boost/math/policies/policy.hpp>
 
 namespace qcm {
 

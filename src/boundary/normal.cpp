@@ -7,10 +7,9 @@
 // Boost checks the parameters before the infinite argument are handled here
 // first: the density of an infinite x is 0, and the upper tail of an infinite
 // x is 1 or 0, whatever the parameters.
-#include <cmath>
-
 #include <boost/math/distributions/normal.hpp>
 #include <boost/math/special_functions/erf.hpp>
+#include <cmath>
 
 #include "QuillonCoreMath.h"
 #include "conventions.hpp"

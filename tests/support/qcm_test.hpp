@@ -3,6 +3,8 @@
 #ifndef QCM_TESTS_SUPPORT_HPP
 #define QCM_TESTS_SUPPORT_HPP
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -12,8 +14,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "QuillonCoreMath.h"
 #include "common/export_table.hpp"

@@ -11,8 +11,8 @@ struct ExportInfo {
     const char* name;
     const char* signature;  // result ':' argument letters, see export_table.def
     const char* family;
-    const char* params;     // argument names, space separated
-    const char* example;    // example arguments for the demo ("" for none)
+    const char* params;   // argument names, space separated
+    const char* example;  // example arguments for the demo ("" for none)
 };
 
 inline constexpr ExportInfo kExports[] = {

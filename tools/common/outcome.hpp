@@ -4,23 +4,22 @@
 #ifndef QCM_TOOLS_OUTCOME_HPP
 #define QCM_TOOLS_OUTCOME_HPP
 
+#include <boost/exception/exception.hpp>
+#include <boost/math/policies/error_handling.hpp>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
-#include <boost/exception/exception.hpp>
-#include <boost/math/policies/error_handling.hpp>
-
 namespace qcm {
 
 struct Outcome {
     double value = 0.0;
-    int err = 0;            // errno after the call (cleared before it)
+    int err = 0;  // errno after the call (cleared before it)
     bool threw = false;
-    std::string type;       // exception class, when threw
-    std::string message;    // what(), when threw
+    std::string type;              // exception class, when threw
+    std::string message;           // what(), when threw
     bool boost_exception = false;  // also catchable as boost::exception
 
     std::uint64_t bits() const {

@@ -12,10 +12,10 @@
 namespace qcm {
 
 struct Command {
-    const char* name;   // "ols", or "table:tukey" for "qcm table tukey"
-    const char* usage;  // one line for the help text
+    const char* name;                                  // "ols", or "table:tukey" for "qcm table tukey"
+    const char* usage;                                 // one line for the help text
     int (*run)(const std::vector<std::string>& args);  // exit status
-    void (*demo)();     // extra lines for "qcm demo", or nullptr
+    void (*demo)();                                    // extra lines for "qcm demo", or nullptr
 };
 
 std::vector<Command>& commands();

@@ -79,9 +79,9 @@ std::vector<std::string> split(const std::string& s, char sep) {
 }
 
 std::string signature_text(const ExportInfo& e) {
-    static const char* const kinds[][2] = {{"d", "double"}, {"b", "flag"}, {"i", "int"},
-                                           {"o", "double* out"}, {"l", "const double*"},
-                                           {"m", "matrix"}, {"j", "int* pivots"}, {"c", "const char*"}};
+    static const char* const kinds[][2] = {{"d", "double"},      {"b", "flag"},          {"i", "int"},
+                                           {"o", "double* out"}, {"l", "const double*"}, {"m", "matrix"},
+                                           {"j", "int* pivots"}, {"c", "const char*"}};
     const char* letters = std::strchr(e.signature, ':') + 1;
     std::vector<std::string> names = split(e.params, ' ');
     std::string text = std::string(e.name) + "(";
@@ -119,16 +119,24 @@ std::vector<Arg> parse_scalar_args(const ExportInfo& e, const std::vector<std::s
         Arg a;
         const char* name = names[i].c_str();
         switch (letters[i]) {
-            case 'd': a.d = parse_double(args[next++], name); break;
-            case 'i': a.i = parse_int(args[next++], name); break;
-            case 'b': a.b = parse_flag(args[next++], name) ? 1 : 0; break;
+            case 'd':
+                a.d = parse_double(args[next++], name);
+                break;
+            case 'i':
+                a.i = parse_int(args[next++], name);
+                break;
+            case 'b':
+                a.b = parse_flag(args[next++], name) ? 1 : 0;
+                break;
             case 'l':
-                for (const std::string& item : split(args[next++], ','))
-                    a.list.push_back(parse_double(item, name));
+                for (const std::string& item : split(args[next++], ',')) a.list.push_back(parse_double(item, name));
                 if (a.list.empty()) usage_error(std::string("argument '") + name + "': empty list");
                 break;
-            case 'o': out_names.push_back(names[i]); break;
-            default: usage_error(std::string(e.name) + ": unsupported argument kind");
+            case 'o':
+                out_names.push_back(names[i]);
+                break;
+            default:
+                usage_error(std::string(e.name) + ": unsupported argument kind");
         }
         parsed.push_back(a);
     }
@@ -153,10 +161,8 @@ double call_scalar(const ExportInfo& e, void* fn, std::vector<Arg>& a, double* o
     if (sig == "d:dddi") return QCM_AS(D, D, D, I)(a[0].d, a[1].d, a[2].d, a[3].i);
     if (sig == "d:ddi") return QCM_AS(D, D, I)(a[0].d, a[1].d, a[2].i);
     if (sig == "d:dddoo") return QCM_AS(D, D, D, D*, D*)(a[0].d, a[1].d, a[2].d, &outs[0], &outs[1]);
-    if (sig == "d:iiiidbd")
-        return QCM_AS(I, I, I, I, D, B, D)(a[0].i, a[1].i, a[2].i, a[3].i, a[4].d, a[5].b, a[6].d);
-    if (sig == "d:diiidbd")
-        return QCM_AS(D, I, I, I, D, B, D)(a[0].d, a[1].i, a[2].i, a[3].i, a[4].d, a[5].b, a[6].d);
+    if (sig == "d:iiiidbd") return QCM_AS(I, I, I, I, D, B, D)(a[0].i, a[1].i, a[2].i, a[3].i, a[4].d, a[5].b, a[6].d);
+    if (sig == "d:diiidbd") return QCM_AS(D, I, I, I, D, B, D)(a[0].d, a[1].i, a[2].i, a[3].i, a[4].d, a[5].b, a[6].d);
     if (sig == "d:iiidoo") return QCM_AS(I, I, I, D, D*, D*)(a[0].i, a[1].i, a[2].i, a[3].d, &outs[0], &outs[1]);
     if (sig == "d:didlb") {
         // The export reads k correlation factors; a shorter list is padded with its last value.
