@@ -22,8 +22,14 @@ namespace qcm {
 
 // Per-thread record of what the errno policy reported during the current
 // export call (0: nothing).
+// initial-exec: one small static TLS slot, read without a call into the
+// dynamic linker on every export.
 inline int& reported_errno() noexcept {
-    thread_local int code = 0;
+#if defined(__GNUC__) && !defined(_WIN32)
+    static thread_local int code __attribute__((tls_model("initial-exec"))) = 0;
+#else
+    static thread_local int code = 0;
+#endif
     return code;
 }
 

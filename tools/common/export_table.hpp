@@ -10,13 +10,14 @@ namespace qcm {
 struct ExportInfo {
     const char* name;
     const char* signature;  // result ':' argument letters, see export_table.def
+    const char* errors;     // "errno", "throw", "own" or "lapack"
     const char* family;
     const char* params;   // argument names, space separated
     const char* example;  // example arguments for the demo ("" for none)
 };
 
 inline constexpr ExportInfo kExports[] = {
-#define QCM_EXPORT(name, sig, family, params, example) {#name, sig, family, params, example},
+#define QCM_EXPORT(name, sig, errors, family, params, example) {#name, sig, errors, family, params, example},
 #include "boundary/export_table.def"
 #undef QCM_EXPORT
 };

@@ -18,6 +18,7 @@
 #include "QuillonCoreMath.h"
 #include "commands.hpp"
 #include "common/outcome.hpp"
+#include "common/scalar_call.hpp"
 #include "common/symbols.hpp"
 
 namespace qcm {
@@ -96,14 +97,6 @@ std::string signature_text(const ExportInfo& e) {
     return text;
 }
 
-// One argument of a scalar export, held in the form its signature asks for.
-struct Arg {
-    double d = 0;
-    int i = 0;
-    unsigned char b = 0;
-    std::vector<double> list;
-};
-
 std::vector<Arg> parse_scalar_args(const ExportInfo& e, const std::vector<std::string>& args,
                                    std::vector<std::string>& out_names) {
     const char* letters = std::strchr(e.signature, ':') + 1;
@@ -143,37 +136,6 @@ std::vector<Arg> parse_scalar_args(const ExportInfo& e, const std::vector<std::s
     return parsed;
 }
 
-// Calls a scalar export through a pointer of its exact type.
-double call_scalar(const ExportInfo& e, void* fn, std::vector<Arg>& a, double* outs) {
-    const std::string sig = e.signature;
-    using D = double;
-    using B = unsigned char;
-    using I = int32_t;
-#define QCM_AS(...) reinterpret_cast<double (*)(__VA_ARGS__)>(fn)
-    if (sig == "d:d") return QCM_AS(D)(a[0].d);
-    if (sig == "d:dd") return QCM_AS(D, D)(a[0].d, a[1].d);
-    if (sig == "d:ddd") return QCM_AS(D, D, D)(a[0].d, a[1].d, a[2].d);
-    if (sig == "d:dddd") return QCM_AS(D, D, D, D)(a[0].d, a[1].d, a[2].d, a[3].d);
-    if (sig == "d:ddb") return QCM_AS(D, D, B)(a[0].d, a[1].d, a[2].b);
-    if (sig == "d:dddb") return QCM_AS(D, D, D, B)(a[0].d, a[1].d, a[2].d, a[3].b);
-    if (sig == "d:ddddb") return QCM_AS(D, D, D, D, B)(a[0].d, a[1].d, a[2].d, a[3].d, a[4].b);
-    if (sig == "d:dddbi") return QCM_AS(D, D, D, B, I)(a[0].d, a[1].d, a[2].d, a[3].b, a[4].i);
-    if (sig == "d:dddi") return QCM_AS(D, D, D, I)(a[0].d, a[1].d, a[2].d, a[3].i);
-    if (sig == "d:ddi") return QCM_AS(D, D, I)(a[0].d, a[1].d, a[2].i);
-    if (sig == "d:dddoo") return QCM_AS(D, D, D, D*, D*)(a[0].d, a[1].d, a[2].d, &outs[0], &outs[1]);
-    if (sig == "d:iiiidbd") return QCM_AS(I, I, I, I, D, B, D)(a[0].i, a[1].i, a[2].i, a[3].i, a[4].d, a[5].b, a[6].d);
-    if (sig == "d:diiidbd") return QCM_AS(D, I, I, I, D, B, D)(a[0].d, a[1].i, a[2].i, a[3].i, a[4].d, a[5].b, a[6].d);
-    if (sig == "d:iiidoo") return QCM_AS(I, I, I, D, D*, D*)(a[0].i, a[1].i, a[2].i, a[3].d, &outs[0], &outs[1]);
-    if (sig == "d:didlb") {
-        // The export reads k correlation factors; a shorter list is padded with its last value.
-        std::vector<double> lambda = a[3].list;
-        if (a[1].i > 0 && lambda.size() < static_cast<std::size_t>(a[1].i)) lambda.resize(a[1].i, lambda.back());
-        return QCM_AS(D, I, D, const D*, B)(a[0].d, a[1].i, a[2].d, lambda.data(), a[4].b);
-    }
-#undef QCM_AS
-    usage_error(std::string(e.name) + ": unsupported signature " + sig);
-}
-
 int run_export(const ExportInfo& e, const std::vector<std::string>& args) {
     void* fn = find_symbol(e.name);
     if (!fn) {
@@ -184,7 +146,7 @@ int run_export(const ExportInfo& e, const std::vector<std::string>& args) {
     std::vector<std::string> out_names;
     std::vector<Arg> parsed = parse_scalar_args(e, args, out_names);
     double outs[2] = {std::nan(""), std::nan("")};
-    Outcome r = capture([&] { return call_scalar(e, fn, parsed, outs); });
+    Outcome r = capture([&] { return call_scalar(e.signature, fn, parsed, outs); });
     if (r.threw) {
         std::cout << r.type << ": " << r.message << "\n";
         return 1;
@@ -201,7 +163,7 @@ void print_list() {
     for (const ExportInfo& e : kExports) {
         bool present = find_symbol(e.name) != nullptr;
         built += present;
-        std::printf("%-26s %-14s %-9s %s\n", e.name, e.family, present ? "built" : "not built",
+        std::printf("%-26s %-18s %-7s %-9s %s\n", e.name, e.family, e.errors, present ? "built" : "not built",
                     signature_text(e).c_str());
     }
     std::printf("%zu of %zu exports built\n", built, kExportCount);
@@ -220,7 +182,7 @@ void demo() {
         std::vector<std::string> out_names;
         std::vector<Arg> parsed = parse_scalar_args(e, args, out_names);
         double outs[2] = {std::nan(""), std::nan("")};
-        Outcome r = capture([&] { return call_scalar(e, find_symbol(e.name), parsed, outs); });
+        Outcome r = capture([&] { return call_scalar(e.signature, find_symbol(e.name), parsed, outs); });
         std::string call = std::string(e.name) + " " + e.example;
         if (r.threw)
             std::printf("  %-62s %s: %s\n", call.c_str(), r.type.c_str(), r.message.c_str());
