@@ -368,7 +368,9 @@ double FNCHypergeometricCDF(int32_t x, int32_t n, int32_t m, int32_t N, double o
     for (std::int64_t i = top - 1; i > split; --i) table[i] += table[i + 1];
 
     if (x <= x0) {
-        const double lower = x >= first ? factor * table[x - first] : 0.0;
+        // At the last entry (the mean rounds to it) the left tail holds the
+        // whole table: 1 exactly, not factor * sum.
+        const double lower = x >= last ? 1.0 : x >= first ? factor * table[x - first] : 0.0;
         return qcm::flag(upper) ? 1.0 - lower : lower;
     }
     const double above = x < last ? factor * table[static_cast<std::int64_t>(x) - first + 1] : 0.0;
