@@ -498,6 +498,20 @@ TEST(LinalgOls, WorkspaceAdmitsAtMost2499Columns) {
     }
 }
 
+TEST(LinalgOls, WideOrHugeColumnCountsFailBeforeAnyWork) {
+    // Few rows: the driver's minimum (about N) passes, the factorisation's
+    // 3N + 1 of the remaining 10000 - min(M, N) does not. A column count near
+    // the int range fails the driver's minimum without wrapping. Nothing is
+    // read, so small buffers serve.
+    std::vector<double> buf(16, kSentinel);
+    const MatrixDescriptor wide = {0, 10, 10, 5000}, wide_y = {0, 5000, 10, 1};
+    EXPECT_EQ(OLS(buf.data(), &wide, buf.data(), &wide_y, buf.data(), &wide_y, buf.data(), 1e-7), -8);
+    const int32_t big = std::numeric_limits<int32_t>::max();
+    const MatrixDescriptor huge = {0, 1, 1, big}, huge_y = {0, big, 1, 1};
+    EXPECT_EQ(OLS(buf.data(), &huge, buf.data(), &huge_y, buf.data(), &huge_y, buf.data(), 1e-7), -12);
+    EXPECT_THAT(buf, testing::Each(kSentinel));
+}
+
 TEST(LinalgOls, InvalidDimensionsNameTheirParameters) {
     std::vector<double> x(16, 1.0), y(4, 1.0), beta(4, kSentinel), tau(4);
     struct Row {

@@ -7,10 +7,7 @@
 // ones before it instead of solving. Xb is the residual sum of squares of a
 // fitted coefficient vector, accumulated row by row.
 #include <cstdint>
-#include <cstdlib>
-#include <limits>
 #include <memory>
-#include <new>
 
 #include "QuillonCoreMath.h"
 #include "conventions.hpp"
@@ -25,19 +22,11 @@ using qcm::linalg::with_offset;
 
 const char kNo = 'N';
 
-// Bytes for `columns` pivot entries, computed in 64-bit unsigned arithmetic as
-// the allocator would: a negative count wraps to a huge value, and an overflow
-// asks for the largest size, which no allocation satisfies.
-std::size_t pivot_bytes(int32_t columns) {
-    const std::uint64_t count = static_cast<std::uint64_t>(static_cast<std::int64_t>(columns));
-    constexpr std::uint64_t kEntry = sizeof(int32_t);
-    if (count > std::numeric_limits<std::uint64_t>::max() / kEntry) return std::numeric_limits<std::size_t>::max();
-    return static_cast<std::size_t>(count * kEntry);
-}
-
-struct FreeDeleter {
-    void operator()(void* p) const { ::operator delete(p); }
-};
+// The most columns whose pivot array the solver can ever read: with LWORK
+// fixed at 10000 its factorisation needs 3 N + 1 <= 10000 - min(M, N). Larger
+// counts, and negative ones, are rejected by its checks (-12, -8 or -2) before
+// the array is touched, so none is allocated for them.
+constexpr int32_t kMaxPivotColumns = SharedWorkspace::kLength / 3;
 
 }  // namespace
 
@@ -55,19 +44,11 @@ int32_t OLS(double* x, const MatrixDescriptor* dx, double* y, const MatrixDescri
             const MatrixDescriptor* dbeta, double* tau, double tolerance) {
     qcm::ErrnoGuard guard;
     // The pivot array, all zeros: every column is free and stays in place.
-    // A count the allocator cannot serve (negative or absurdly large) leaves it
-    // null; the solver rejects every such count (-2 or -12) before touching it.
-    const std::size_t bytes = pivot_bytes(dx->columns);
-    std::unique_ptr<void, FreeDeleter> storage(::operator new(bytes, std::nothrow));
-    auto* pivots = static_cast<int32_t*>(storage.get());
-    if (pivots) {
-        for (std::size_t i = 0; i < bytes / sizeof(int32_t); ++i) pivots[i] = 0;
-    } else if (dx->columns >= 0 && dx->columns < SharedWorkspace::kLength / 3) {
-        throw std::bad_alloc();  // a small request failed: the heap is exhausted
-    }
+    std::unique_ptr<int32_t[]> pivots;
+    if (dx->columns >= 0 && dx->columns <= kMaxPivotColumns) pivots.reset(new int32_t[dx->columns]());
     int32_t info = 0;
     qcm::linalg::ToleranceLeastSquares(&dx->rows, &dx->columns, &dy->columns, with_offset(x, dx), &dx->leadingDimension,
-                                       with_offset(y, dy), &dy->leadingDimension, pivots, tau, &tolerance,
+                                       with_offset(y, dy), &dy->leadingDimension, pivots.get(), tau, &tolerance,
                                        with_offset(beta, dbeta), &dbeta->leadingDimension, SharedWorkspace::real,
                                        &SharedWorkspace::length, &info);
     return info;

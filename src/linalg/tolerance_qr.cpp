@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <vector>
 
 #include "linalg/lapack.hpp"
@@ -118,12 +119,13 @@ void ToleranceQrFactor(const int* m, const int* n, double* a, const int* lda, in
     }
     const int minmn = std::min(M, N);
     if (*info == 0) {
-        int minimum = 1;
+        // Sizes in 64 bits: column counts near the int range must not wrap.
+        std::int64_t minimum = 1;
         double optimum = 1.0;
         if (minmn > 0) {
-            minimum = 3 * N + 1;
+            minimum = 3 * std::int64_t{N} + 1;
             const int nb = ilaenv(1, "DGEQRF", " ", M, N, -1, -1);
-            optimum = 2.0 * N + static_cast<double>(N + 1) * nb;
+            optimum = 2.0 * N + (N + 1.0) * nb;
         }
         work[0] = optimum;
         if (*lwork < minimum && !query) *info = -8;
@@ -197,12 +199,13 @@ void ToleranceLeastSquares(const int* m, const int* n, const int* nrhs, double* 
 
     double optimum = 1.0;
     if (*info == 0) {
-        int minimum = 1;
+        std::int64_t minimum = 1;  // in 64 bits: counts near the int range must not wrap
         if (mn > 0 && R > 0) {
             const int nb = std::max({ilaenv(1, "DGEQRF", " ", M, N, -1, -1), ilaenv(1, "DGERQF", " ", M, N, -1, -1),
                                      ilaenv(1, "DORMQR", " ", M, N, R, -1), ilaenv(1, "DORMRQ", " ", M, N, R, -1)});
-            minimum = mn + std::max({2 * mn, N + 1, mn + R});
-            optimum = std::max({static_cast<double>(minimum), mn + 2.0 * N + static_cast<double>(nb) * (N + 1),
+            const std::int64_t mn64 = mn;
+            minimum = mn64 + std::max({2 * mn64, std::int64_t{N} + 1, mn64 + R});
+            optimum = std::max({static_cast<double>(minimum), mn + 2.0 * N + static_cast<double>(nb) * (N + 1.0),
                                 2.0 * mn + static_cast<double>(nb) * R});
         }
         work[0] = optimum;
