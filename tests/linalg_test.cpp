@@ -607,13 +607,15 @@ TEST(LinalgOls, LongleyCertifiedValues) {
     std::vector<double> yl = y;
     const MatrixDescriptor dy = {0, 16, 16, 1};
     ASSERT_EQ(LS(xl.data(), &xl.d, yl.data(), &dy), 0);
-    // At least 7 significant digits, as the task demands of the fit.
+    // At least 7 significant digits are required; both solvers deliver about
+    // 11 here (relative errors up to 1.2e-11), and the bound of 1e-9 leaves
+    // room for other BLAS builds while catching a real loss of accuracy.
     for (int j = 0; j < 7; ++j) {
-        EXPECT_LT(qcm_test::relative_error(ols.beta[j], certified[j]), 1e-7) << "OLS b" << j;
-        EXPECT_LT(qcm_test::relative_error(yl[j], certified[j]), 1e-7) << "LS b" << j;
+        EXPECT_LT(qcm_test::relative_error(ols.beta[j], certified[j]), 1e-9) << "OLS b" << j;
+        EXPECT_LT(qcm_test::relative_error(yl[j], certified[j]), 1e-9) << "LS b" << j;
     }
     Mat xr = x0;
-    EXPECT_LT(qcm_test::relative_error(Xb(xr.data(), &xr.d, ols.beta.data(), y.data()), certified_rss), 1e-7);
+    EXPECT_LT(qcm_test::relative_error(Xb(xr.data(), &xr.d, ols.beta.data(), y.data()), certified_rss), 1e-9);
 }
 
 TEST(LinalgXb, ResidualSumOfSquares) {

@@ -1,10 +1,11 @@
-// "qcm ols FILE.csv [--intercept] [--tol T]": fits y on X by OLS.
+// "qcm ols FILE.csv [--intercept] [--tol T] [--y-first]": fits y on X by OLS.
 //
-// The CSV is numeric, one observation per line; the last column is y and the
-// others are X. A first line with a non-numeric field is taken as the header
+// The CSV is numeric, one observation per line; the last column is y (the
+// first with --y-first) and the others are X. A first line with a non-numeric field is taken as the header
 // and names the columns. --intercept puts a column of ones in front. The fit
 // prints the coefficients and the residual sum of squares (Xb), or names the
 // first column that is collinear with the ones before it within the tolerance.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -127,11 +128,13 @@ int fit(const Data& data, bool intercept, double tolerance) {
 
 int run(const std::vector<std::string>& args) {
     std::string file;
-    bool intercept = false;
+    bool intercept = false, y_first = false;
     double tolerance = kDefaultTolerance;
     for (std::size_t i = 0; i < args.size(); ++i) {
         if (args[i] == "--intercept") {
             intercept = true;
+        } else if (args[i] == "--y-first") {
+            y_first = true;
         } else if (args[i] == "--tol") {
             if (++i == args.size()) usage_error("ols: --tol needs a value");
             tolerance = parse_double(args[i], "tol");
@@ -141,10 +144,16 @@ int run(const std::vector<std::string>& args) {
             usage_error("ols: unexpected argument '" + args[i] + "'");
         }
     }
-    if (file.empty()) usage_error("usage: qcm ols FILE.csv [--intercept] [--tol T]");
+    if (file.empty()) usage_error("usage: qcm ols FILE.csv [--intercept] [--tol T] [--y-first]");
     std::ifstream in(file);
     if (!in) usage_error("ols: cannot open '" + file + "'");
-    return fit(read_csv(in, file), intercept, tolerance);
+    Data data = read_csv(in, file);
+    if (y_first) {
+        // Rotate y from the front to the back, names and values alike.
+        std::rotate(data.names.begin(), data.names.begin() + 1, data.names.end());
+        for (auto& row : data.rows) std::rotate(row.begin(), row.begin() + 1, row.end());
+    }
+    return fit(data, intercept, tolerance);
 }
 
 // Eight observations of y = 2 + 3 x1 - x2 with small disturbances, then the
@@ -165,10 +174,11 @@ void demo() {
     fit(repeated, true, kDefaultTolerance);
 }
 
-RegisterCommand reg({"ols",
-                     "qcm ols FILE.csv [--intercept] [--tol T]  fit the last column on the others by OLS "
-                     "(default tolerance 1e-7)",
-                     run, demo});
+RegisterCommand reg(
+    {"ols",
+     "qcm ols FILE.csv [--intercept] [--tol T] [--y-first]  fit the last (or first) column on the others "
+     "by OLS (default tolerance 1e-7)",
+     run, demo});
 
 }  // namespace
 
