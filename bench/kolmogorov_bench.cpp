@@ -1,7 +1,8 @@
 // Kolmogorov family: the CDF (both tails) and the ICDF for n from 10 to 1e6,
 // near the median of D_n (sqrt(n) d = 0.83) and in the upper tail
 // (sqrt(n) d = 1.63, about the 1% point), plus the costliest CDF call of all:
-// Durbin's matrix at n = 100000 just inside n^2 d^3 <= 2 (a 117 x 117 power).
+// Durbin's matrix at n = 100000 just inside n^2 d^3 <= 2 (a 117 x 117 power),
+// and the longest one-sided sum.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -40,6 +41,12 @@ void BM_KolmogorovCDF_DurbinWorst(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(KolmogorovCDF(d, n, 0));
 }
 
+void BM_KolmogorovCDF_SmirnovWorst(benchmark::State& state) {
+    // The longest exact one-sided sum: n = 200000 at the switch n d^2 = 2.2.
+    const double n = 200000, d = std::sqrt(2.2 / n);
+    for (auto _ : state) benchmark::DoNotOptimize(KolmogorovCDF(d, n, 1));
+}
+
 void sizes(benchmark::internal::Benchmark* b) {
     for (long n : {10L, 100L, 1000L, 100000L, 1000000L}) b->Arg(n);
     b->Unit(benchmark::kMicrosecond);
@@ -52,5 +59,6 @@ BENCHMARK(BM_KolmogorovCDF_UpperTail)->Apply(sizes);
 BENCHMARK(BM_KolmogorovICDF_Median)->Apply(sizes);
 BENCHMARK(BM_KolmogorovICDF_UpperTail)->Apply(sizes);
 BENCHMARK(BM_KolmogorovCDF_DurbinWorst)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_KolmogorovCDF_SmirnovWorst)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

@@ -214,18 +214,37 @@ double KolmogorovUpperTail(int n, double d) {
 // ---- Durbin's matrix method -------------------------------------------------
 
 void MatrixMultiply(const double* A, const double* B, double* P, int m) {
-    // Row i of P accumulates A[i][k] * row k of B for k = 0, 1, ...: every
-    // element still sums its products in increasing k, as the plain triple
-    // loop does, but the inner loop runs along contiguous rows.
-    for (int i = 0; i < m; ++i) {
-        double* row = P + static_cast<std::size_t>(i) * m;
-        std::fill(row, row + m, 0.0);
-        for (int k = 0; k < m; ++k) {
-            const double a = A[static_cast<std::size_t>(i) * m + k];
-            const double* brow = B + static_cast<std::size_t>(k) * m;
-            for (int j = 0; j < m; ++j) row[j] += a * brow[j];
+    // Every element sums A[i][k] B[k][j] in increasing k, as the plain triple
+    // loop does; the products are only grouped in blocks of 4 x 4 elements
+    // of P that stay in registers while k runs, so the results are the same
+    // to the last bit.
+    constexpr int kBlock = 4;
+    const std::size_t stride = static_cast<std::size_t>(m);
+    auto single = [&](int i, int j) {
+        double sum = 0.0;
+        for (int k = 0; k < m; ++k) sum += A[i * stride + k] * B[k * stride + j];
+        P[i * stride + j] = sum;
+    };
+    int i = 0;
+    for (; i + kBlock <= m; i += kBlock) {
+        int j = 0;
+        for (; j + kBlock <= m; j += kBlock) {
+            double acc[kBlock][kBlock] = {};
+            for (int k = 0; k < m; ++k) {
+                const double* b = B + k * stride + j;
+                for (int r = 0; r < kBlock; ++r) {
+                    const double a = A[(i + r) * stride + k];
+                    for (int c = 0; c < kBlock; ++c) acc[r][c] += a * b[c];
+                }
+            }
+            for (int r = 0; r < kBlock; ++r)
+                for (int c = 0; c < kBlock; ++c) P[(i + r) * stride + j + c] = acc[r][c];
         }
+        for (; j < m; ++j)
+            for (int r = 0; r < kBlock; ++r) single(i + r, j);
     }
+    for (; i < m; ++i)
+        for (int j = 0; j < m; ++j) single(i, j);
 }
 
 void MatrixRescale(double* M, int m, int& e) {
