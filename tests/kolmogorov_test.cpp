@@ -55,7 +55,7 @@ TEST(KolmogorovCDF, ExactValuesBothTails) {
     EXPECT_EQ(checked, 78);
 }
 
-TEST(KolmogorovCDF, IssueExample) {
+TEST(KolmogorovCDF, KnownValue) {
     // P(D_10 < 0.274) in exact rationals: 0.62847961545650428...
     EXPECT_LE(relative_error(KolmogorovCDF(0.274, 10, 0), 0.62847961545650428), 2 * kEps);
 }

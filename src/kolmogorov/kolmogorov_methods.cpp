@@ -65,7 +65,7 @@ constexpr double kSqrtHalfPi = 1.2533141373155001;
 // Smirnov's sum stops at this relative contribution.
 constexpr double kSmirnovEps = 1.0e-12;
 
-// Stirling series beyond the table (the x^-7 coefficient as this library
+// Stirling series beyond the table (the x^-5 coefficient as this library
 // has always used it, slightly off 1/1260).
 constexpr double kHalfLog2Pi = 0.91893853320467;
 constexpr double kStirling1 = 0.083333333333333;

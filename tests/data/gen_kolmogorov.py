@@ -184,7 +184,7 @@ def main(sections):
         functions()
     if "tails" not in sections:
         return
-    # The example of the issue, exactly.
+    # A known value, exactly: P(D_10 < 0.274) = 0.62847961545650428...
     ex = exact_lower(10, Fraction("0.274"))
     assert abs(mp.mpf(ex.numerator) / ex.denominator - mp.mpf("0.62847961545650428")) < 1e-16
 
