@@ -244,8 +244,11 @@ HARD_BETA = {
 HEADER = """# Reference values for the gamma and beta families ({what}).
 # Source: mpmath {version} (tests/data/gen_special.py), 50 significant digits,
 # evaluated at the exact binary value of each double argument; expected values
-# printed to 25 significant digits. Inverses by bisection in log x (or log(1-x))
-# on mpmath's regularized incomplete functions to a relative width of 1e-40.
+# printed to 25 significant digits. Regularized incomplete gamma: mpmath's
+# gammainc on the side of x = a where it converges, the other tail as 1 minus
+# it. Regularized incomplete beta: the positive series of Abramowitz & Stegun
+# 26.5.23 summed in mpmath on the faster side. Inverses by bisection in log x
+# (or log(1-x)) on those functions to a relative width of 1e-40.
 # Columns: function,arguments...,expected. "Name:y" rows hold y = 1 - x of the
 # inverse incomplete beta function at the same arguments.
 """
