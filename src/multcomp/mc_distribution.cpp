@@ -98,6 +98,11 @@ bool SameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
     throw std::logic_error("unreachable");  // the throwing policy has already thrown
 }
 
+// The normal cdf's complaint about the argument m * c that turned out NaN: a
+// NaN m passes through the product unchanged (sign included), as the
+// multiplication would leave it.
+[[noreturn]] void NormalCdfOfNaNProduct(double m, double c) { NormalCdfOfNaN(m != m ? m : m * c); }
+
 }  // namespace
 
 double NormalCdf(double x) {
@@ -209,7 +214,7 @@ double TukeyDistribution::ConditionalCDF(double q, double s) {
     for (int i = 0; i < kGaussPoints; ++i) {
         // 1 - Phi(-c0 (z - qs)), with Phi(v) = erfc(-(v / sqrt 2)) / 2.
         double y = (c0_ * (z_[i] - qs)) / kRootTwo;
-        if (y != y) NormalCdfOfNaN(-c0_ * (z_[i] - qs));
+        if (y != y) NormalCdfOfNaNProduct(z_[i] - qs, -c0_);
         double d = first_[i] - (1 - boost::math::erfc(y, ThrowPolicy()) / 2);
         sum += IntegerPower(d, k - 1) * GaussHermite48.weight[i];
     }
@@ -237,7 +242,7 @@ double HsuDistribution::ConditionalCDF(double q, double s) {
                 double c = lambdaScale[j];
                 // 1 - Phi(-(z + qs) c)
                 double y = ((z + qs) * c) / kRootTwo;
-                if (y != y) NormalCdfOfNaN(-(z + qs) * c);
+                if (y != y) NormalCdfOfNaNProduct(-(z + qs), c);
                 factor = 1 - boost::math::erfc(y, ThrowPolicy()) / 2;
             }
             prod *= factor;
@@ -270,9 +275,9 @@ double DunnettDistribution::ConditionalCDF(double q, double s) {
                 double c = lambdaScale[j];
                 // (1 - Phi(-(qs + z) c)) - (1 - Phi(-(z - qs) c))
                 double y1 = ((qs + z) * c) / kRootTwo;
-                if (y1 != y1) NormalCdfOfNaN(-(qs + z) * c);
+                if (y1 != y1) NormalCdfOfNaNProduct(-(qs + z), c);
                 double y2 = ((z - qs) * c) / kRootTwo;
-                if (y2 != y2) NormalCdfOfNaN(-(z - qs) * c);
+                if (y2 != y2) NormalCdfOfNaNProduct(-(z - qs), c);
                 double e1, e1m, e2, e2m;
                 ErfcBoth(y1, e1, e1m);
                 ErfcBoth(y2, e2, e2m);
