@@ -110,6 +110,17 @@ TEST(MultcompNormal, ErfcBothMatchesBoostBitForBit) {
     }
 }
 
+TEST(MultcompNormal, ComplementSaturatesBeyondTheCutOff) {
+    // The evaluation skips erfc where 1 - erfc(y) / 2 is exactly 1 or 0.
+    const double cut = qcm::multcomp::kErfcSaturation;
+    for (double y = cut; y < 40; y = y * (1 + 1e-4)) {
+        ASSERT_EQ(1 - boost::math::erfc(y, ThrowPolicy()) / 2, 1.0) << y;
+        ASSERT_EQ(1 - boost::math::erfc(-y, ThrowPolicy()) / 2, 0.0) << y;
+    }
+    EXPECT_EQ(1 - boost::math::erfc(HUGE_VAL, ThrowPolicy()) / 2, 1.0);
+    EXPECT_EQ(1 - boost::math::erfc(-HUGE_VAL, ThrowPolicy()) / 2, 0.0);
+}
+
 // ---------------------------------------------------------------------------
 // The direct evaluation: every call rebuilds the distributions and evaluates
 // each normal probability through Boost's normal cdf.

@@ -68,6 +68,14 @@ std::unique_ptr<double[]> AllocateScale(int k) {
     return std::unique_ptr<double[]>(p);
 }
 
+// 1 - erfc(y) / 2, the complement 1 - Phi(-v) for y = v / sqrt 2; beyond
+// kErfcSaturation it is exactly 1 or 0 and needs no evaluation.
+double UpperComplement(double y) {
+    if (y >= kErfcSaturation) return 1.0;
+    if (y <= -kErfcSaturation) return 0.0;
+    return 1 - boost::math::erfc(y, ThrowPolicy()) / 2;
+}
+
 // Products of two 32-bit ints wrap around like the machine's.
 double Int32Product(std::int32_t a, std::int32_t b) {
     return static_cast<double>(
@@ -89,6 +97,19 @@ double IntegerPower(double base, int n) {
         if (e != 0) base *= base;
     }
     return n < 0 ? 1.0 / result : result;
+}
+
+// UpperComplement at y and at -y from one erfc evaluation.
+void UpperComplementBoth(double y, double& at_y, double& at_minus_y) {
+    if (y >= kErfcSaturation || y <= -kErfcSaturation) {
+        at_y = y > 0 ? 1.0 : 0.0;
+        at_minus_y = y > 0 ? 0.0 : 1.0;
+        return;
+    }
+    double e, em;
+    ErfcBoth(y, e, em);
+    at_y = 1 - e / 2;
+    at_minus_y = 1 - em / 2;
 }
 
 bool SameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
@@ -215,7 +236,7 @@ double TukeyDistribution::ConditionalCDF(double q, double s) {
         // 1 - Phi(-c0 (z - qs)), with Phi(v) = erfc(-(v / sqrt 2)) / 2.
         double y = (c0_ * (z_[i] - qs)) / kRootTwo;
         if (y != y) NormalCdfOfNaNProduct(z_[i] - qs, -c0_);
-        double d = first_[i] - (1 - boost::math::erfc(y, ThrowPolicy()) / 2);
+        double d = first_[i] - UpperComplement(y);
         sum += IntegerPower(d, k - 1) * GaussHermite48.weight[i];
     }
     return static_cast<double>(k) * sum / SqrtPi();
@@ -243,7 +264,7 @@ double HsuDistribution::ConditionalCDF(double q, double s) {
                 // 1 - Phi(-(z + qs) c)
                 double y = ((z + qs) * c) / kRootTwo;
                 if (y != y) NormalCdfOfNaNProduct(-(z + qs), c);
-                factor = 1 - boost::math::erfc(y, ThrowPolicy()) / 2;
+                factor = UpperComplement(y);
             }
             prod *= factor;
         }
@@ -278,11 +299,11 @@ double DunnettDistribution::ConditionalCDF(double q, double s) {
                 if (y1 != y1) NormalCdfOfNaNProduct(-(qs + z), c);
                 double y2 = ((z - qs) * c) / kRootTwo;
                 if (y2 != y2) NormalCdfOfNaNProduct(-(z - qs), c);
-                double e1, e1m, e2, e2m;
-                ErfcBoth(y1, e1, e1m);
-                ErfcBoth(y2, e2, e2m);
-                factor = (1 - e1 / 2) - (1 - e2 / 2);
-                factor_mirror = (1 - e2m / 2) - (1 - e1m / 2);
+                double u1, u1m, u2, u2m;
+                UpperComplementBoth(y1, u1, u1m);
+                UpperComplementBoth(y2, u2, u2m);
+                factor = u1 - u2;
+                factor_mirror = u2m - u1m;
             }
             prod *= factor;
             prod_mirror *= factor_mirror;

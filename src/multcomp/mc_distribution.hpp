@@ -32,6 +32,11 @@ constexpr double kUpperChiSquaredTail = 0.99999995;
 constexpr unsigned kSearchToleranceBits = 24;
 constexpr std::uintmax_t kSearchMaxEvaluations = 200;
 
+// From |y| = 6 on, Boost's erfc(|y|) is below 2^-53, so 1 - erfc(y) / 2
+// rounds to exactly 1 for y > 0 and to exactly 0 for y < 0 (where
+// erfc(y) = 2 - erfc(-y) rounds to 2).
+constexpr double kErfcSaturation = 6.0;
+
 // The standard normal distribution function exactly as Boost.Math's normal
 // cdf computes it (0 and 1 at the infinities, a domain error for NaN, else
 // erfc(-(x / sqrt 2)) / 2), without rebuilding a distribution object.
