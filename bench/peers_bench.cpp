@@ -11,11 +11,15 @@
 #include <vector>
 
 // GCC 12 sees a maybe-uninitialized value inside Boost's F quantile.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <boost/math/distributions.hpp>
 #include <boost/math/special_functions.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 
 #include "QuillonCoreMath.h"
 #include "boundary/conventions.hpp"

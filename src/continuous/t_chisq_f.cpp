@@ -15,10 +15,14 @@
 #include <boost/math/distributions/chi_squared.hpp>
 // GCC 12 cannot see that the F quantile's inverse incomplete beta always
 // sets its second output once the parameters have passed their checks.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <boost/math/distributions/fisher_f.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 #include <boost/math/distributions/students_t.hpp>
 
 #include "QuillonCoreMath.h"
