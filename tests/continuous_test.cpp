@@ -24,10 +24,14 @@
 // The rows where Boost.Math 1.74 does worse are listed in known_limits()
 // below, each with what it does instead.
 #include <boost/math/distributions/chi_squared.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <boost/math/distributions/fisher_f.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic pop
+#endif
 #include <algorithm>
 #include <boost/math/distributions/students_t.hpp>
 #include <cerrno>
