@@ -35,12 +35,15 @@ inline std::uint64_t bits_of(double x) {
 inline double ulp_distance(double a, double b) {
     if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b) ? 0 : HUGE_VAL;
     if (a == b) return 0;
+    // Map the doubles onto a monotone integer line; the difference is taken
+    // in 128-bit integers, exact whatever the distance.
     auto ordered = [](double x) {
         std::int64_t i;
         std::memcpy(&i, &x, sizeof i);
-        return i < 0 ? std::numeric_limits<std::int64_t>::min() - i : i;
+        return i < 0 ? static_cast<__int128>(std::numeric_limits<std::int64_t>::min()) - i : static_cast<__int128>(i);
     };
-    return std::fabs(static_cast<double>(ordered(a)) - static_cast<double>(ordered(b)));
+    const __int128 d = ordered(a) - ordered(b);
+    return static_cast<double>(d < 0 ? -d : d);
 }
 
 inline double relative_error(double got, double want) {

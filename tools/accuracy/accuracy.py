@@ -1,0 +1,254 @@
+#!/usr/bin/python3
+"""Accuracy report: every export measured against high-precision references,
+side by side with the peers (R's math library, GSL, SciPy) on the same points.
+
+    /usr/bin/python3 tools/accuracy/accuracy.py            # writes docs/accuracy.md
+    /usr/bin/python3 tools/accuracy/accuracy.py --check    # small subset, exits 1 on a regression
+
+References are computed once with mpmath (50 digits) or exact rationals and
+kept in tools/accuracy/references.csv; missing ones are computed on demand.
+Errors are in units in the last place (ulps) of the reference."""
+import argparse
+import csv
+import math
+import os
+import sys
+import warnings
+from fractions import Fraction
+
+import mpmath as mp
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, HERE)
+
+import cases  # noqa: E402
+import library  # noqa: E402
+import peers  # noqa: E402
+
+REFERENCES = os.path.join(HERE, "references.csv")
+BASELINE = os.path.join(HERE, "baseline.csv")
+DOCS = os.path.join(library.ROOT, "docs")
+
+
+def key(export, args):
+    return export + "(" + ",".join(repr(a) for a in args) + ")"
+
+
+def load_references():
+    refs = {}
+    if os.path.exists(REFERENCES):
+        with open(REFERENCES) as f:
+            for row in csv.reader(line for line in f if not line.startswith("#")):
+                refs[row[0]] = row[1]
+    return refs
+
+
+def save_references(refs):
+    with open(REFERENCES, "w", newline="") as f:
+        f.write("# Reference values for the accuracy report: mpmath %s at 50 digits, or exact\n" % mp.__version__)
+        f.write("# rational arithmetic for the discrete distributions (tools/accuracy/references.py)\n")
+        w = csv.writer(f)
+        for k in sorted(refs):
+            w.writerow([k, refs[k]])
+
+
+def to_text(value):
+    if isinstance(value, Fraction):
+        value = mp.mpf(value.numerator) / value.denominator
+    return mp.nstr(mp.mpf(value), 25, min_fixed=-1, max_fixed=-1)
+
+
+def ulp_error(got, ref):
+    """|got - ref| in ulps of the reference (the spacing of doubles there)."""
+    if got is None or (isinstance(got, float) and math.isnan(got)):
+        return math.inf
+    ref_f = float(ref)
+    if math.isinf(got) or math.isinf(ref_f):
+        return 0.0 if got == ref_f else math.inf
+    spacing = math.ulp(ref_f) if ref_f != 0 else math.ulp(0.0)
+    return float(abs(mp.mpf(got) - ref) / spacing)
+
+
+def evaluate(lib, case, refs, refresh):
+    rows = []
+    for args in case.points:
+        k = key(case.export, args)
+        if k not in refs:
+            if not refresh:
+                continue
+            refs[k] = to_text(case.ref(*args))
+        ref = mp.mpf(refs[k])
+        value, err, _ = lib.call(case.export, *args)
+        rows.append((args, ref, value, err))
+    return rows
+
+
+def summarise(errors):
+    finite = [e for e in errors if math.isfinite(e)]
+    failed = len(errors) - len(finite)
+    if not finite:
+        return None, None, failed
+    return max(finite), math.sqrt(sum(e * e for e in finite) / len(finite)), failed
+
+
+def fmt(e):
+    if e is None:
+        return "-"
+    if e < 10:
+        return "%.2g" % e
+    if e < 1e6:
+        return "%.0f" % e
+    return "%.1e" % e
+
+
+def run(args):
+    lib = library.Library(args.library)
+    refs = load_references()
+    all_peers = {} if args.check else peers.all_peers()
+    baseline = {}
+    if args.check and os.path.exists(BASELINE):
+        with open(BASELINE) as f:
+            baseline = {r[0]: float(r[1]) for r in csv.reader(line for line in f if not line.startswith("#"))}
+    peer_names = [p for p in ("R", "GSL", "SciPy") if all_peers.get(p)]
+    report = []
+    worst_rows = []
+    check_failures = []
+    plots = {}
+    selected = cases.CASES
+    if args.only:
+        selected = [c for c in selected if c.export in args.only.split(",")]
+    for case in selected:
+        if not lib.has(case.export):
+            report.append((case, None, {}, None))
+            continue
+        if args.check:
+            case = cases.Case(case.export, case.points[:: max(1, len(case.points) // 6)], case.ref, case.note)
+        rows = evaluate(lib, case, refs, not args.no_refresh)
+        if not rows:
+            continue
+        ours = [ulp_error(v, ref) for (a, ref, v, e) in rows]
+        summary = summarise(ours)
+        worst = max(range(len(rows)), key=lambda i: ours[i] if math.isfinite(ours[i]) else -1)
+        peer_summaries = {}
+        for p in peer_names:
+            f = all_peers[p].get(case.export)
+            if f is None:
+                continue
+            errs = []
+            with warnings.catch_warnings():
+                warnings.simplefilter("ignore")
+                for (a, ref, v, e) in rows:
+                    try:
+                        pv = float(f(*a))
+                    except Exception:  # a peer rejecting a point counts as a failure
+                        pv = float("nan")
+                    errs.append(ulp_error(pv, ref))
+            peer_summaries[p] = summarise(errs)
+        errno_set = sum(1 for r in rows if r[3] != 0)
+        report.append((case, summary, peer_summaries, (rows[worst][0], ours[worst], errno_set)))
+        plots[case.export] = [(r[0], e) for r, e in zip(rows, ours)]
+        # A regression: a failure, errno set on a valid call, or an error beyond
+        # twice the last full report's maximum (plus a few ulps of slack).
+        ceiling = 2 * baseline.get(case.export, args.check_ulps) + 4
+        if args.check and (summary[2] > 0 or (summary[0] or 0) > ceiling or errno_set):
+            check_failures.append("%s: max %s ulps, %d failed, %d set errno" % (case.export, fmt(summary[0]),
+                                                                                summary[2], errno_set))
+    if not args.no_refresh and not args.check:
+        save_references(refs)
+    if args.check:
+        for line in check_failures:
+            print("accuracy regression:", line)
+        print("%d passed, %d failed" % (len([r for r in report if r[1]]) - len(check_failures), len(check_failures)))
+        return 1 if check_failures else 0
+    write_markdown(report, peer_names, lib)
+    with open(BASELINE, "w", newline="") as f:
+        f.write("# Largest error (ulps) per export in the last full report; --check allows twice this\n")
+        w = csv.writer(f)
+        for case, summary, _, _ in report:
+            if summary and summary[0] is not None:
+                w.writerow([case.export, "%.3g" % summary[0]])
+    write_plots(plots)
+    return 0
+
+
+FAMILY_TITLES = {
+    "normal": "Normal distribution and error function", "gamma": "Gamma functions", "beta": "Beta functions",
+    "continuous": "Student's t, chi-squared, F, gamma and beta distributions", "binomial": "Binomial distribution",
+    "hypergeometric": "Hypergeometric distribution",
+    "fnchypergeometric": "Fisher's noncentral hypergeometric distribution",
+    "multcomp": "Multiple comparisons", "kolmogorov": "Kolmogorov distribution", "linalg": "Linear algebra",
+}
+
+
+def write_markdown(report, peer_names, lib):
+    os.makedirs(DOCS, exist_ok=True)
+    out = ["# Accuracy", "",
+           "Each export is evaluated on a grid of ordinary and hard arguments (far tails, large",
+           "parameters, tiny and near-one probabilities) and compared with references computed",
+           "with mpmath at 50 digits or with exact rational arithmetic. Errors are in ulps of",
+           "the reference: max and RMS over the points, the count of points where a result was",
+           "NaN or infinite instead of a finite reference (\"fail\"), and the worst argument.",
+           "The peers are evaluated on the same points where they offer the function.",
+           "Regenerate with `scripts/accuracy.sh`.", ""]
+    family = None
+    for case, summary, peer_summaries, worst in report:
+        fam = lib.exports[case.export].family
+        if fam != family:
+            family = fam
+            out += ["## " + FAMILY_TITLES.get(fam, fam), "",
+                    "| Export | points | max | RMS | fail | worst argument | " +
+                    " | ".join("%s max / RMS / fail" % p for p in peer_names) + " |",
+                    "|---|---|---|---|---|---|" + "---|" * len(peer_names)]
+        if summary is None:
+            out.append("| `%s` | not built |" % case.export)
+            continue
+        cells = []
+        for p in peer_names:
+            s = peer_summaries.get(p)
+            cells.append("-" if s is None else "%s / %s / %d" % (fmt(s[0]), fmt(s[1]), s[2]))
+        args, err, _ = worst
+        out.append("| `%s` | %d | %s | %s | %d | `%s` | %s |" % (
+            case.export, len(case.points), fmt(summary[0]), fmt(summary[1]), summary[2],
+            ", ".join(repr(a) for a in args), " | ".join(cells)))
+    out += ["", "![Error against argument](accuracy/errors.png)", ""]
+    with open(os.path.join(DOCS, "accuracy.md"), "w") as f:
+        f.write("\n".join(out) + "\n")
+
+
+def write_plots(plots):
+    try:
+        import matplotlib
+        matplotlib.use("Agg")
+        import matplotlib.pyplot as plt
+    except ImportError:
+        return
+    chosen = [e for e in ("NormalCDF", "StudentTCDF", "BetaRegularized", "InverseGammaRegularized",
+                          "ChiSquaredICDF", "FisherFCDF") if e in plots]
+    if not chosen:
+        return
+    os.makedirs(os.path.join(DOCS, "accuracy"), exist_ok=True)
+    fig, axes = plt.subplots(len(chosen), 1, figsize=(8, 2.4 * len(chosen)))
+    if len(chosen) == 1:
+        axes = [axes]
+    for ax, name in zip(axes, chosen):
+        pts = [(a[0], e) for a, e in plots[name] if math.isfinite(e)]
+        ax.scatter([abs(p[0]) if p[0] != 0 else 1e-320 for p in pts], [max(p[1], 0.01) for p in pts], s=8)
+        ax.set_xscale("log")
+        ax.set_yscale("log")
+        ax.set_title(name + ": error (ulps) against |first argument|", fontsize=9)
+    fig.tight_layout()
+    fig.savefig(os.path.join(DOCS, "accuracy", "errors.png"), dpi=90)
+
+
+def main():
+    ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    ap.add_argument("--library", help="path of libQuillon.Core.Math.so (default build/)")
+    ap.add_argument("--only", help="comma-separated exports")
+    ap.add_argument("--no-refresh", action="store_true", help="use cached references only")
+    ap.add_argument("--check", action="store_true", help="a small subset, as a test")
+    ap.add_argument("--check-ulps", type=float, default=64.0, help="largest error --check accepts")
+    sys.exit(run(ap.parse_args()))
+
+
+if __name__ == "__main__":
+    main()
