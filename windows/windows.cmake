@@ -48,7 +48,11 @@ set_target_properties(qcm_lapack PROPERTIES Fortran_MODULE_DIRECTORY ${PROJECT_B
 # The reference build's flags: recursive (stack) locals, no optimisation that
 # changes the IEEE arithmetic the routines rely on.
 target_compile_options(qcm_lapack PRIVATE $<$<COMPILE_LANGUAGE:Fortran>:-O2 -frecursive -w>)
-set(LAPACK_LIBRARIES qcm_lapack)
+# The runtime DLL's pow instead of mingw-w64's (crt_pow.c), for the library
+# and the internal tests alike.
+add_library(qcm_windows_runtime STATIC ${QCM_WINDOWS_DIR}/crt_pow.c)
+target_compile_options(qcm_windows_runtime PRIVATE -fno-builtin -Wall -Wextra)
+set(LAPACK_LIBRARIES qcm_lapack qcm_windows_runtime)
 set(LAPACK_FOUND TRUE)
 
 # googletest and googlemock built with the cross compiler from Debian's
