@@ -16,6 +16,10 @@ set(QCM_WINDOWS_DIR ${CMAKE_CURRENT_LIST_DIR})
 # program's DLLs first.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 
+# glibc declares M_PI and friends under -std=c++17; mingw-w64's math.h only
+# when asked.
+add_compile_definitions(_USE_MATH_DEFINES)
+
 # Boost is header-only for this library: the cross compiler sees the Boost
 # headers through a folder holding nothing else, never the build machine's
 # whole /usr/include.
