@@ -74,6 +74,7 @@ unset DISPLAY WAYLAND_DISPLAY
 cd "$build"
 rc=0
 ctest --output-on-failure -j "$jobs" || rc=$?
+"$build/wine-run.sh" --stop
 tested=$(date +%s)
 echo "windows: build $((built - start)) s, tests $((tested - built)) s"
 exit $rc

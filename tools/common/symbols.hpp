@@ -13,7 +13,9 @@ namespace qcm {
 
 inline void* find_symbol(const char* name) {
 #if defined(_WIN32)
-    HMODULE module = GetModuleHandleA("Quillon.Core.Math.dll");
+    // LoadLibrary, not GetModuleHandle: a program that calls the library only
+    // through this lookup has no import of it, so nothing loaded it yet.
+    static HMODULE module = LoadLibraryA("Quillon.Core.Math.dll");
     return module ? reinterpret_cast<void*>(GetProcAddress(module, name)) : nullptr;
 #else
     return dlsym(RTLD_DEFAULT, name);
