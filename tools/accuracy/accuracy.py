@@ -69,18 +69,58 @@ def ulp_error(got, ref):
     return float(abs(mp.mpf(got) - ref) / spacing)
 
 
-def evaluate(lib, case, refs, refresh):
-    rows = []
+def references_for(case, refs, refresh):
+    """The reference of each point, computing (and keeping) missing ones."""
+    points = []
     for args in case.points:
         k = key(case.export, args)
         if k not in refs:
             if not refresh:
                 continue
-            refs[k] = to_text(case.ref(*args))
-        ref = mp.mpf(refs[k])
-        value, err, _ = lib.call(case.export, *args)
-        rows.append((args, ref, value, err))
-    return rows
+            try:
+                refs[k] = to_text(case.ref(*args))
+            except Exception as exc:  # a reference mpmath cannot reach is left out, and said
+                print("no reference for %s: %s" % (k, exc), file=sys.stderr)
+                continue
+        points.append((args, mp.mpf(refs[k])))
+    return points
+
+
+def call_isolated(fn, items):
+    """fn(item) for each item in a child process, so that an exception thrown
+    through C (which ends the process) costs only that item: it comes back as
+    None and the next child goes on from the item after it."""
+    results = []
+    start = 0
+    while start < len(items):
+        r, w = os.pipe()
+        pid = os.fork()
+        if pid == 0:
+            os.close(r)
+            out = os.fdopen(w, "w")
+            for item in items[start:]:
+                out.write(repr(fn(item)) + "\n")
+                out.flush()
+            os._exit(0)
+        os.close(w)
+        with os.fdopen(r) as inp:
+            got = [eval(line, {"nan": float("nan"), "inf": float("inf")}) for line in inp]
+        os.waitpid(pid, 0)
+        results.extend(got)
+        start += len(got)
+        if start < len(items):  # the child died on items[start]
+            results.append(None)
+            start += 1
+    return results
+
+
+def evaluate(lib, case, points):
+    def one(point):
+        value, err, _ = lib.call(case.export, *point[0])
+        return (value, err)
+
+    got = call_isolated(one, points)
+    return [(a, ref, g[0] if g else None, g[1] if g else 0, g is None) for (a, ref), g in zip(points, got)]
 
 
 def summarise(errors):
@@ -123,10 +163,14 @@ def run(args):
             continue
         if args.check:
             case = cases.Case(case.export, case.points[:: max(1, len(case.points) // 6)], case.ref, case.note)
-        rows = evaluate(lib, case, refs, not args.no_refresh)
+        points = references_for(case, refs, not args.no_refresh)
+        if not args.no_refresh and not args.check:
+            save_references(refs)
+        rows = evaluate(lib, case, points)
         if not rows:
             continue
-        ours = [ulp_error(v, ref) for (a, ref, v, e) in rows]
+        ours = [ulp_error(v, ref) for (a, ref, v, e, threw) in rows]
+        thrown = sum(1 for r in rows if r[4])
         summary = summarise(ours)
         worst = max(range(len(rows)), key=lambda i: ours[i] if math.isfinite(ours[i]) else -1)
         peer_summaries = {}
@@ -135,22 +179,24 @@ def run(args):
             if f is None:
                 continue
             errs = []
-            with warnings.catch_warnings():
-                warnings.simplefilter("ignore")
-                for (a, ref, v, e) in rows:
+            def peer_value(point, f=f):
+                with warnings.catch_warnings():
+                    warnings.simplefilter("ignore")
                     try:
-                        pv = float(f(*a))
+                        return float(f(*point))
                     except Exception:  # a peer rejecting a point counts as a failure
-                        pv = float("nan")
-                    errs.append(ulp_error(pv, ref))
+                        return float("nan")
+
+            for (a, ref, v, e, threw), pv in zip(rows, call_isolated(peer_value, [r[0] for r in rows])):
+                errs.append(ulp_error(pv if pv is not None else float("nan"), ref))
             peer_summaries[p] = summarise(errs)
         errno_set = sum(1 for r in rows if r[3] != 0)
-        report.append((case, summary, peer_summaries, (rows[worst][0], ours[worst], errno_set)))
+        report.append((case, summary, peer_summaries, (rows[worst][0], ours[worst], errno_set, thrown)))
         plots[case.export] = [(r[0], e) for r, e in zip(rows, ours)]
         # A regression: a failure, errno set on a valid call, or an error beyond
         # twice the last full report's maximum (plus a few ulps of slack).
         ceiling = 2 * baseline.get(case.export, args.check_ulps) + 4
-        if args.check and (summary[2] > 0 or (summary[0] or 0) > ceiling or errno_set):
+        if args.check and (summary[2] > 0 or (summary[0] or 0) > ceiling or errno_set or thrown):
             check_failures.append("%s: max %s ulps, %d failed, %d set errno" % (case.export, fmt(summary[0]),
                                                                                 summary[2], errno_set))
     if not args.no_refresh and not args.check:
@@ -187,7 +233,8 @@ def write_markdown(report, peer_names, lib):
            "parameters, tiny and near-one probabilities) and compared with references computed",
            "with mpmath at 50 digits or with exact rational arithmetic. Errors are in ulps of",
            "the reference: max and RMS over the points, the count of points where a result was",
-           "NaN or infinite instead of a finite reference (\"fail\"), and the worst argument.",
+           "NaN or infinite instead of a finite reference, or threw (\"fail\"; thrown in brackets),",
+           "and the worst argument.",
            "The peers are evaluated on the same points where they offer the function.",
            "Regenerate with `scripts/accuracy.sh`.", ""]
     family = None
@@ -206,9 +253,10 @@ def write_markdown(report, peer_names, lib):
         for p in peer_names:
             s = peer_summaries.get(p)
             cells.append("-" if s is None else "%s / %s / %d" % (fmt(s[0]), fmt(s[1]), s[2]))
-        args, err, _ = worst
-        out.append("| `%s` | %d | %s | %s | %d | `%s` | %s |" % (
+        args, err, _, thrown = worst
+        out.append("| `%s` | %d | %s | %s | %d%s | `%s` | %s |" % (
             case.export, len(case.points), fmt(summary[0]), fmt(summary[1]), summary[2],
+            " (%d)" % thrown if thrown else "",
             ", ".join(repr(a) for a in args), " | ".join(cells)))
     out += ["", "![Error against argument](accuracy/errors.png)", ""]
     with open(os.path.join(DOCS, "accuracy.md"), "w") as f:

@@ -67,12 +67,12 @@ def gamma_q(a, x):
 
 
 def inverse_gamma_p(a, p):
-    lo, hi = bracket_up(lambda t: gamma_p(a, t), p)
+    lo, hi = bracket_up(lambda t: gamma_p(a, t), p, start=max(1, a))
     return solve(log_gap(lambda t: gamma_p(a, t), p), lo, hi)
 
 
 def inverse_gamma_q(a, q):
-    lo, hi = bracket_up(lambda t: 1 - gamma_q(a, t), 1 - mp.mpf(q))
+    lo, hi = bracket_up(lambda t: 1 - gamma_q(a, t), 1 - mp.mpf(q), start=max(1, a))
     return solve(lambda t: -(mp.log(gamma_q(a, t)) - mp.log(q)), lo, hi)
 
 

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -59,6 +60,8 @@ Outcome capture(F&& f) {
         record("std::domain_error", e);
     } catch (const std::overflow_error& e) {
         record("std::overflow_error", e);
+    } catch (const std::bad_alloc& e) {
+        record("std::bad_alloc", e);
     } catch (const std::exception& e) {
         record("std::exception", e);
     }

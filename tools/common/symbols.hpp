@@ -11,14 +11,23 @@
 
 namespace qcm {
 
+// QCM_LIBRARY_FILE names the library to load (the tests point it at the
+// build's own); otherwise the library must already be loaded by the program.
 inline void* find_symbol(const char* name) {
 #if defined(_WIN32)
-    // LoadLibrary, not GetModuleHandle: a program that calls the library only
-    // through this lookup has no import of it, so nothing loaded it yet.
-    static HMODULE module = LoadLibraryA("Quillon.Core.Math.dll");
+#ifdef QCM_LIBRARY_FILE
+    static HMODULE module = LoadLibraryA(QCM_LIBRARY_FILE);
+#else
+    static HMODULE module = GetModuleHandleA("Quillon.Core.Math.dll");
+#endif
     return module ? reinterpret_cast<void*>(GetProcAddress(module, name)) : nullptr;
 #else
-    return dlsym(RTLD_DEFAULT, name);
+#ifdef QCM_LIBRARY_FILE
+    static void* handle = dlopen(QCM_LIBRARY_FILE, RTLD_NOW | RTLD_GLOBAL);
+#else
+    static void* handle = RTLD_DEFAULT;
+#endif
+    return handle ? dlsym(handle, name) : nullptr;
 #endif
 }
 

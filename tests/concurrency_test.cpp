@@ -36,7 +36,8 @@ std::vector<Call> calls() {
                 a.i = static_cast<std::int32_t>(a.d);
                 a.b = token == "true" || token == "1";
                 std::istringstream items(token);
-                for (std::string item; std::getline(items, item, ',');) a.list.push_back(std::strtod(item.c_str(), nullptr));
+                for (std::string item; std::getline(items, item, ',');)
+                    a.list.push_back(std::strtod(item.c_str(), nullptr));
             }
             c.args.push_back(a);
         }

@@ -10,8 +10,16 @@
 #include <string>
 #include <vector>
 
+// GCC 12 sees a maybe-uninitialized value inside Boost's F quantile.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <boost/math/distributions.hpp>
 #include <boost/math/special_functions.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 #include "QuillonCoreMath.h"
 #include "boundary/conventions.hpp"
@@ -40,46 +48,176 @@ void add(const std::string& name, const std::array<std::array<double, 4>, 8>& po
 
 using P = std::array<std::array<double, 4>, 8>;
 
-const P kX = {{{-3, 0, 0, 0}, {-1, 0, 0, 0}, {-0.2, 0, 0, 0}, {0.1, 0, 0, 0},
-               {0.5, 0, 0, 0}, {1.3, 0, 0, 0}, {2.2, 0, 0, 0}, {4, 0, 0, 0}}};
-const P kProb = {{{1e-10, 0, 0, 0}, {0.001, 0, 0, 0}, {0.05, 0, 0, 0}, {0.2, 0, 0, 0},
-                  {0.5, 0, 0, 0}, {0.7, 0, 0, 0}, {0.95, 0, 0, 0}, {0.999, 0, 0, 0}}};
-const P kAX = {{{0.5, 0.2, 0, 0}, {1, 1, 0, 0}, {2, 3, 0, 0}, {3.5, 1, 0, 0},
-                {10, 8, 0, 0}, {25, 30, 0, 0}, {60, 50, 0, 0}, {200, 210, 0, 0}}};
-const P kAP = {{{0.5, 0.01, 0, 0}, {1, 0.2, 0, 0}, {2, 0.5, 0, 0}, {3.5, 0.9, 0, 0},
-                {10, 0.05, 0, 0}, {25, 0.5, 0, 0}, {60, 0.99, 0, 0}, {200, 0.3, 0, 0}}};
-const P kABX = {{{0.5, 0.5, 0.1, 0}, {1, 3, 0.2, 0}, {2, 5, 0.3, 0}, {3.5, 1.5, 0.6, 0},
-                 {10, 8, 0.5, 0}, {25, 30, 0.45, 0}, {60, 50, 0.55, 0}, {200, 210, 0.48, 0}}};
-const P kABP = {{{0.5, 0.5, 0.1, 0}, {1, 3, 0.2, 0}, {2, 5, 0.3, 0}, {3.5, 1.5, 0.6, 0},
-                 {10, 8, 0.5, 0}, {25, 30, 0.01, 0}, {60, 50, 0.95, 0}, {200, 210, 0.5, 0}}};
-const P kTX = {{{-3, 2, 0, 0}, {-1, 5, 0, 0}, {0.5, 10, 0, 0}, {1.8, 20, 0, 0},
-                {2.5, 30, 0, 0}, {3, 60, 0, 0}, {0.2, 120, 0, 0}, {4, 1000, 0, 0}}};
-const P kTP = {{{0.001, 2, 0, 0}, {0.01, 5, 0, 0}, {0.025, 10, 0, 0}, {0.05, 20, 0, 0},
-                {0.1, 30, 0, 0}, {0.5, 60, 0, 0}, {0.9, 120, 0, 0}, {0.975, 1000, 0, 0}}};
-const P kCX = {{{0.5, 1, 0, 0}, {2, 2, 0, 0}, {4, 3, 0, 0}, {9, 5, 0, 0},
-                {15, 10, 0, 0}, {30, 20, 0, 0}, {60, 50, 0, 0}, {130, 100, 0, 0}}};
-const P kFX = {{{0.5, 1, 10, 0}, {1, 2, 20, 0}, {2, 3, 30, 0}, {3, 4, 40, 0},
-                {4, 5, 60, 0}, {1.5, 10, 100, 0}, {2.5, 20, 15, 0}, {0.8, 30, 200, 0}}};
-const P kFP = {{{0.01, 1, 10, 0}, {0.05, 2, 20, 0}, {0.1, 3, 30, 0}, {0.5, 4, 40, 0},
-                {0.9, 5, 60, 0}, {0.95, 10, 100, 0}, {0.99, 20, 15, 0}, {0.3, 30, 200, 0}}};
-const P kGX = {{{0.5, 1, 2, 0}, {1, 2, 0.5, 0}, {2, 3, 1, 0}, {3, 4, 2, 0},
-                {4, 5, 0.5, 0}, {10, 10, 1, 0}, {25, 20, 1.5, 0}, {50, 30, 2, 0}}};
-const P kGP = {{{0.01, 1, 2, 0}, {0.05, 2, 0.5, 0}, {0.1, 3, 1, 0}, {0.5, 4, 2, 0},
-                {0.9, 5, 0.5, 0}, {0.95, 10, 1, 0}, {0.99, 20, 1.5, 0}, {0.3, 30, 2, 0}}};
-const P kBX = {{{0.1, 0.5, 0.5, 0}, {0.2, 1, 3, 0}, {0.3, 2, 5, 0}, {0.6, 3.5, 1.5, 0},
-                {0.5, 10, 8, 0}, {0.45, 25, 30, 0}, {0.55, 60, 50, 0}, {0.48, 200, 210, 0}}};
-const P kBP = {{{0.01, 0.5, 0.5, 0}, {0.05, 1, 3, 0}, {0.1, 2, 5, 0}, {0.5, 3.5, 1.5, 0},
-                {0.9, 10, 8, 0}, {0.95, 25, 30, 0}, {0.99, 60, 50, 0}, {0.3, 200, 210, 0}}};
-const P kBin = {{{0, 10, 0.1, 0}, {3, 10, 0.5, 0}, {7, 20, 0.3, 0}, {12, 40, 0.25, 0},
-                 {25, 50, 0.5, 0}, {60, 100, 0.55, 0}, {300, 1000, 0.31, 0}, {4, 1000, 0.001, 0}}};
-const P kBinP = {{{0.01, 10, 0.1, 0}, {0.05, 10, 0.5, 0}, {0.1, 20, 0.3, 0}, {0.5, 40, 0.25, 0},
-                  {0.9, 50, 0.5, 0}, {0.95, 100, 0.55, 0}, {0.99, 1000, 0.31, 0}, {0.3, 1000, 0.001, 0}}};
-const P kPS = {{{0.05, 10, 1, 0}, {0.05, 10, 5, 0}, {0.025, 20, 7, 0}, {0.025, 40, 12, 0},
-                {0.01, 50, 25, 0}, {0.1, 100, 60, 0}, {0.05, 1000, 300, 0}, {0.05, 1000, 4, 0}}};
-const P kHyp = {{{1, 10, 5, 30, }, {2, 10, 8, 30}, {3, 12, 9, 40}, {5, 20, 15, 60},
-                 {10, 30, 30, 100}, {20, 60, 50, 200}, {50, 200, 150, 600}, {4, 50, 40, 1000}}};
-const P kHypP = {{{0.01, 10, 5, 30, }, {0.05, 10, 8, 30}, {0.1, 12, 9, 40}, {0.5, 20, 15, 60},
-                  {0.9, 30, 30, 100}, {0.95, 60, 50, 200}, {0.99, 200, 150, 600}, {0.3, 50, 40, 1000}}};
+const P kX = {{{-3, 0, 0, 0},
+               {-1, 0, 0, 0},
+               {-0.2, 0, 0, 0},
+               {0.1, 0, 0, 0},
+               {0.5, 0, 0, 0},
+               {1.3, 0, 0, 0},
+               {2.2, 0, 0, 0},
+               {4, 0, 0, 0}}};
+const P kProb = {{{1e-10, 0, 0, 0},
+                  {0.001, 0, 0, 0},
+                  {0.05, 0, 0, 0},
+                  {0.2, 0, 0, 0},
+                  {0.5, 0, 0, 0},
+                  {0.7, 0, 0, 0},
+                  {0.95, 0, 0, 0},
+                  {0.999, 0, 0, 0}}};
+const P kAX = {{{0.5, 0.2, 0, 0},
+                {1, 1, 0, 0},
+                {2, 3, 0, 0},
+                {3.5, 1, 0, 0},
+                {10, 8, 0, 0},
+                {25, 30, 0, 0},
+                {60, 50, 0, 0},
+                {200, 210, 0, 0}}};
+const P kAP = {{{0.5, 0.01, 0, 0},
+                {1, 0.2, 0, 0},
+                {2, 0.5, 0, 0},
+                {3.5, 0.9, 0, 0},
+                {10, 0.05, 0, 0},
+                {25, 0.5, 0, 0},
+                {60, 0.99, 0, 0},
+                {200, 0.3, 0, 0}}};
+const P kABX = {{{0.5, 0.5, 0.1, 0},
+                 {1, 3, 0.2, 0},
+                 {2, 5, 0.3, 0},
+                 {3.5, 1.5, 0.6, 0},
+                 {10, 8, 0.5, 0},
+                 {25, 30, 0.45, 0},
+                 {60, 50, 0.55, 0},
+                 {200, 210, 0.48, 0}}};
+const P kABP = {{{0.5, 0.5, 0.1, 0},
+                 {1, 3, 0.2, 0},
+                 {2, 5, 0.3, 0},
+                 {3.5, 1.5, 0.6, 0},
+                 {10, 8, 0.5, 0},
+                 {25, 30, 0.01, 0},
+                 {60, 50, 0.95, 0},
+                 {200, 210, 0.5, 0}}};
+const P kTX = {{{-3, 2, 0, 0},
+                {-1, 5, 0, 0},
+                {0.5, 10, 0, 0},
+                {1.8, 20, 0, 0},
+                {2.5, 30, 0, 0},
+                {3, 60, 0, 0},
+                {0.2, 120, 0, 0},
+                {4, 1000, 0, 0}}};
+const P kTP = {{{0.001, 2, 0, 0},
+                {0.01, 5, 0, 0},
+                {0.025, 10, 0, 0},
+                {0.05, 20, 0, 0},
+                {0.1, 30, 0, 0},
+                {0.5, 60, 0, 0},
+                {0.9, 120, 0, 0},
+                {0.975, 1000, 0, 0}}};
+const P kCX = {{{0.5, 1, 0, 0},
+                {2, 2, 0, 0},
+                {4, 3, 0, 0},
+                {9, 5, 0, 0},
+                {15, 10, 0, 0},
+                {30, 20, 0, 0},
+                {60, 50, 0, 0},
+                {130, 100, 0, 0}}};
+const P kFX = {{{0.5, 1, 10, 0},
+                {1, 2, 20, 0},
+                {2, 3, 30, 0},
+                {3, 4, 40, 0},
+                {4, 5, 60, 0},
+                {1.5, 10, 100, 0},
+                {2.5, 20, 15, 0},
+                {0.8, 30, 200, 0}}};
+const P kFP = {{{0.01, 1, 10, 0},
+                {0.05, 2, 20, 0},
+                {0.1, 3, 30, 0},
+                {0.5, 4, 40, 0},
+                {0.9, 5, 60, 0},
+                {0.95, 10, 100, 0},
+                {0.99, 20, 15, 0},
+                {0.3, 30, 200, 0}}};
+const P kGX = {{{0.5, 1, 2, 0},
+                {1, 2, 0.5, 0},
+                {2, 3, 1, 0},
+                {3, 4, 2, 0},
+                {4, 5, 0.5, 0},
+                {10, 10, 1, 0},
+                {25, 20, 1.5, 0},
+                {50, 30, 2, 0}}};
+const P kGP = {{{0.01, 1, 2, 0},
+                {0.05, 2, 0.5, 0},
+                {0.1, 3, 1, 0},
+                {0.5, 4, 2, 0},
+                {0.9, 5, 0.5, 0},
+                {0.95, 10, 1, 0},
+                {0.99, 20, 1.5, 0},
+                {0.3, 30, 2, 0}}};
+const P kBX = {{{0.1, 0.5, 0.5, 0},
+                {0.2, 1, 3, 0},
+                {0.3, 2, 5, 0},
+                {0.6, 3.5, 1.5, 0},
+                {0.5, 10, 8, 0},
+                {0.45, 25, 30, 0},
+                {0.55, 60, 50, 0},
+                {0.48, 200, 210, 0}}};
+const P kBP = {{{0.01, 0.5, 0.5, 0},
+                {0.05, 1, 3, 0},
+                {0.1, 2, 5, 0},
+                {0.5, 3.5, 1.5, 0},
+                {0.9, 10, 8, 0},
+                {0.95, 25, 30, 0},
+                {0.99, 60, 50, 0},
+                {0.3, 200, 210, 0}}};
+const P kBin = {{{0, 10, 0.1, 0},
+                 {3, 10, 0.5, 0},
+                 {7, 20, 0.3, 0},
+                 {12, 40, 0.25, 0},
+                 {25, 50, 0.5, 0},
+                 {60, 100, 0.55, 0},
+                 {300, 1000, 0.31, 0},
+                 {4, 1000, 0.001, 0}}};
+const P kBinP = {{{0.01, 10, 0.1, 0},
+                  {0.05, 10, 0.5, 0},
+                  {0.1, 20, 0.3, 0},
+                  {0.5, 40, 0.25, 0},
+                  {0.9, 50, 0.5, 0},
+                  {0.95, 100, 0.55, 0},
+                  {0.99, 1000, 0.31, 0},
+                  {0.3, 1000, 0.001, 0}}};
+const P kPS = {{{0.05, 10, 1, 0},
+                {0.05, 10, 5, 0},
+                {0.025, 20, 7, 0},
+                {0.025, 40, 12, 0},
+                {0.01, 50, 25, 0},
+                {0.1, 100, 60, 0},
+                {0.05, 1000, 300, 0},
+                {0.05, 1000, 4, 0}}};
+const P kHyp = {{{
+                     1,
+                     10,
+                     5,
+                     30,
+                 },
+                 {2, 10, 8, 30},
+                 {3, 12, 9, 40},
+                 {5, 20, 15, 60},
+                 {10, 30, 30, 100},
+                 {20, 60, 50, 200},
+                 {50, 200, 150, 600},
+                 {4, 50, 40, 1000}}};
+const P kHypP = {{{
+                      0.01,
+                      10,
+                      5,
+                      30,
+                  },
+                  {0.05, 10, 8, 30},
+                  {0.1, 12, 9, 40},
+                  {0.5, 20, 15, 60},
+                  {0.9, 30, 30, 100},
+                  {0.95, 60, 50, 200},
+                  {0.99, 200, 150, 600},
+                  {0.3, 50, 40, 1000}}};
 
 template <class Dist>
 Dist make(double a, double b);
@@ -91,9 +229,11 @@ void register_all() {
     add("ErfC/qcm", kX, [](double x, double, double, double) { return ErfC(x); });
     add("ErfC/boost", kX, [](double x, double, double, double) { return bm::erfc(x, ErrnoPolicy()); });
     add("InverseErf/qcm", kProb, [](double p, double, double, double) { return InverseErf(2 * p - 1); });
-    add("InverseErf/boost", kProb, [](double p, double, double, double) { return bm::erf_inv(2 * p - 1, ErrnoPolicy()); });
+    add("InverseErf/boost", kProb,
+        [](double p, double, double, double) { return bm::erf_inv(2 * p - 1, ErrnoPolicy()); });
     add("InverseErfC/qcm", kProb, [](double p, double, double, double) { return InverseErfC(2 * p); });
-    add("InverseErfC/boost", kProb, [](double p, double, double, double) { return bm::erfc_inv(2 * p, ErrnoPolicy()); });
+    add("InverseErfC/boost", kProb,
+        [](double p, double, double, double) { return bm::erfc_inv(2 * p, ErrnoPolicy()); });
     using Normal = bm::normal_distribution<double, ErrnoPolicy>;
     add("NormalPDF/qcm", kX, [](double x, double, double, double) { return NormalPDF(x, 0, 1); });
     add("NormalPDF/boost", kX, [](double x, double, double, double) { return bm::pdf(Normal(0, 1), x); });
@@ -112,19 +252,28 @@ void register_all() {
     add("GammaLn/qcm", kAX, [](double a, double, double, double) { return GammaLn(a); });
     add("GammaLn/boost", kAX, [](double a, double, double, double) { return bm::lgamma(a, ThrowPolicy()); });
     add("GammaDerivative/qcm", kAX, [](double a, double x, double, double) { return GammaDerivative(a, x); });
-    add("GammaDerivative/boost", kAX, [](double a, double x, double, double) { return bm::gamma_p_derivative(a, x, ThrowPolicy()); });
+    add("GammaDerivative/boost", kAX,
+        [](double a, double x, double, double) { return bm::gamma_p_derivative(a, x, ThrowPolicy()); });
     add("IncompleteGammaLower/qcm", kAX, [](double a, double x, double, double) { return IncompleteGammaLower(a, x); });
-    add("IncompleteGammaLower/boost", kAX, [](double a, double x, double, double) { return bm::tgamma_lower(a, x, ErrnoPolicy()); });
+    add("IncompleteGammaLower/boost", kAX,
+        [](double a, double x, double, double) { return bm::tgamma_lower(a, x, ErrnoPolicy()); });
     add("IncompleteGammaUpper/qcm", kAX, [](double a, double x, double, double) { return IncompleteGammaUpper(a, x); });
-    add("IncompleteGammaUpper/boost", kAX, [](double a, double x, double, double) { return bm::tgamma(a, x, ErrnoPolicy()); });
+    add("IncompleteGammaUpper/boost", kAX,
+        [](double a, double x, double, double) { return bm::tgamma(a, x, ErrnoPolicy()); });
     add("GammaRegularized/qcm", kAX, [](double a, double x, double, double) { return GammaRegularized(a, x); });
-    add("GammaRegularized/boost", kAX, [](double a, double x, double, double) { return bm::gamma_p(a, x, ThrowPolicy()); });
+    add("GammaRegularized/boost", kAX,
+        [](double a, double x, double, double) { return bm::gamma_p(a, x, ThrowPolicy()); });
     add("GammaRegularizedC/qcm", kAX, [](double a, double x, double, double) { return GammaRegularizedC(a, x); });
-    add("GammaRegularizedC/boost", kAX, [](double a, double x, double, double) { return bm::gamma_q(a, x, ThrowPolicy()); });
-    add("InverseGammaRegularized/qcm", kAP, [](double a, double p, double, double) { return InverseGammaRegularized(a, p); });
-    add("InverseGammaRegularized/boost", kAP, [](double a, double p, double, double) { return bm::gamma_p_inv(a, p, ErrnoPolicy()); });
-    add("InverseGammaRegularizedC/qcm", kAP, [](double a, double p, double, double) { return InverseGammaRegularizedC(a, p); });
-    add("InverseGammaRegularizedC/boost", kAP, [](double a, double p, double, double) { return bm::gamma_q_inv(a, p, ErrnoPolicy()); });
+    add("GammaRegularizedC/boost", kAX,
+        [](double a, double x, double, double) { return bm::gamma_q(a, x, ThrowPolicy()); });
+    add("InverseGammaRegularized/qcm", kAP,
+        [](double a, double p, double, double) { return InverseGammaRegularized(a, p); });
+    add("InverseGammaRegularized/boost", kAP,
+        [](double a, double p, double, double) { return bm::gamma_p_inv(a, p, ErrnoPolicy()); });
+    add("InverseGammaRegularizedC/qcm", kAP,
+        [](double a, double p, double, double) { return InverseGammaRegularizedC(a, p); });
+    add("InverseGammaRegularizedC/boost", kAP,
+        [](double a, double p, double, double) { return bm::gamma_q_inv(a, p, ErrnoPolicy()); });
     add("LogXplus1/qcm", kProb, [](double x, double, double, double) { return LogXplus1(x); });
     add("LogXplus1/boost", kProb, [](double x, double, double, double) { return bm::log1p(x, ThrowPolicy()); });
 #ifdef QCM_HAVE_RMATH
@@ -139,19 +288,38 @@ void register_all() {
     add("Beta/qcm", kABX, [](double a, double b, double, double) { return Beta(a, b); });
     add("Beta/boost", kABX, [](double a, double b, double, double) { return bm::beta(a, b, ThrowPolicy()); });
     add("BetaDerivative/qcm", kABX, [](double a, double b, double x, double) { return BetaDerivative(a, b, x); });
-    add("BetaDerivative/boost", kABX, [](double a, double b, double x, double) { return bm::ibeta_derivative(a, b, x, ErrnoPolicy()); });
+    add("BetaDerivative/boost", kABX,
+        [](double a, double b, double x, double) { return bm::ibeta_derivative(a, b, x, ErrnoPolicy()); });
     add("BetaRegularized/qcm", kABX, [](double a, double b, double x, double) { return BetaRegularized(a, b, x); });
-    add("BetaRegularized/boost", kABX, [](double a, double b, double x, double) { return bm::ibeta(a, b, x, ThrowPolicy()); });
+    add("BetaRegularized/boost", kABX,
+        [](double a, double b, double x, double) { return bm::ibeta(a, b, x, ThrowPolicy()); });
     add("BetaRegularizedC/qcm", kABX, [](double a, double b, double x, double) { return BetaRegularizedC(a, b, x); });
-    add("BetaRegularizedC/boost", kABX, [](double a, double b, double x, double) { return bm::ibetac(a, b, x, ThrowPolicy()); });
-    add("InverseBetaRegularized/qcm", kABP, [](double a, double b, double p, double) { return InverseBetaRegularized(a, b, p); });
-    add("InverseBetaRegularized/boost", kABP, [](double a, double b, double p, double) { return bm::ibeta_inv(a, b, p, ErrnoPolicy()); });
-    add("InverseBetaRegularizedC/qcm", kABP, [](double a, double b, double p, double) { return InverseBetaRegularizedC(a, b, p); });
-    add("InverseBetaRegularizedC/boost", kABP, [](double a, double b, double p, double) { return bm::ibetac_inv(a, b, p, ErrnoPolicy()); });
-    add("InverseBetaRegularized2/qcm", kABP, [](double a, double b, double p, double) { double x, y; return InverseBetaRegularized2(a, b, p, &x, &y) + y; });
-    add("InverseBetaRegularized2/boost", kABP, [](double a, double b, double p, double) { double y; return bm::ibeta_inv(a, b, p, &y, ErrnoPolicy()) + y; });
-    add("InverseBetaRegularizedC2/qcm", kABP, [](double a, double b, double p, double) { double x, y; return InverseBetaRegularizedC2(a, b, p, &x, &y) + y; });
-    add("InverseBetaRegularizedC2/boost", kABP, [](double a, double b, double p, double) { double y; return bm::ibetac_inv(a, b, p, &y, ErrnoPolicy()) + y; });
+    add("BetaRegularizedC/boost", kABX,
+        [](double a, double b, double x, double) { return bm::ibetac(a, b, x, ThrowPolicy()); });
+    add("InverseBetaRegularized/qcm", kABP,
+        [](double a, double b, double p, double) { return InverseBetaRegularized(a, b, p); });
+    add("InverseBetaRegularized/boost", kABP,
+        [](double a, double b, double p, double) { return bm::ibeta_inv(a, b, p, ErrnoPolicy()); });
+    add("InverseBetaRegularizedC/qcm", kABP,
+        [](double a, double b, double p, double) { return InverseBetaRegularizedC(a, b, p); });
+    add("InverseBetaRegularizedC/boost", kABP,
+        [](double a, double b, double p, double) { return bm::ibetac_inv(a, b, p, ErrnoPolicy()); });
+    add("InverseBetaRegularized2/qcm", kABP, [](double a, double b, double p, double) {
+        double x = 0, y = 0;
+        return InverseBetaRegularized2(a, b, p, &x, &y) + y;
+    });
+    add("InverseBetaRegularized2/boost", kABP, [](double a, double b, double p, double) {
+        double y = 0;
+        return bm::ibeta_inv(a, b, p, &y, ErrnoPolicy()) + y;
+    });
+    add("InverseBetaRegularizedC2/qcm", kABP, [](double a, double b, double p, double) {
+        double x = 0, y = 0;
+        return InverseBetaRegularizedC2(a, b, p, &x, &y) + y;
+    });
+    add("InverseBetaRegularizedC2/boost", kABP, [](double a, double b, double p, double) {
+        double y = 0;
+        return bm::ibetac_inv(a, b, p, &y, ErrnoPolicy()) + y;
+    });
 #ifdef QCM_HAVE_RMATH
     add("Beta/R", kABX, [](double a, double b, double, double) { return beta(a, b); });
     add("BetaRegularized/R", kABX, [](double a, double b, double x, double) { return pbeta(x, a, b, 1, 0); });
@@ -174,15 +342,19 @@ void register_all() {
     add("ChiSquaredPDF/qcm", kCX, [](double x, double v, double, double) { return ChiSquaredPDF(x, v); });
     add("ChiSquaredPDF/boost", kCX, [](double x, double v, double, double) { return bm::pdf(ChiSq(v), x); });
     add("ChiSquaredCDF/qcm", kCX, [](double x, double v, double, double) { return ChiSquaredCDF(x, v, 1); });
-    add("ChiSquaredCDF/boost", kCX, [](double x, double v, double, double) { return bm::cdf(bm::complement(ChiSq(v), x)); });
+    add("ChiSquaredCDF/boost", kCX,
+        [](double x, double v, double, double) { return bm::cdf(bm::complement(ChiSq(v), x)); });
     add("ChiSquaredICDF/qcm", kTP, [](double p, double v, double, double) { return ChiSquaredICDF(p, v, 1); });
-    add("ChiSquaredICDF/boost", kTP, [](double p, double v, double, double) { return bm::quantile(bm::complement(ChiSq(v), p)); });
+    add("ChiSquaredICDF/boost", kTP,
+        [](double p, double v, double, double) { return bm::quantile(bm::complement(ChiSq(v), p)); });
     add("FisherFPDF/qcm", kFX, [](double x, double a, double b, double) { return FisherFPDF(x, a, b); });
     add("FisherFPDF/boost", kFX, [](double x, double a, double b, double) { return bm::pdf(FisherF(a, b), x); });
     add("FisherFCDF/qcm", kFX, [](double x, double a, double b, double) { return FisherFCDF(x, a, b, 1); });
-    add("FisherFCDF/boost", kFX, [](double x, double a, double b, double) { return bm::cdf(bm::complement(FisherF(a, b), x)); });
+    add("FisherFCDF/boost", kFX,
+        [](double x, double a, double b, double) { return bm::cdf(bm::complement(FisherF(a, b), x)); });
     add("FisherFICDF/qcm", kFP, [](double p, double a, double b, double) { return FisherFICDF(p, a, b, 1); });
-    add("FisherFICDF/boost", kFP, [](double p, double a, double b, double) { return bm::quantile(bm::complement(FisherF(a, b), p)); });
+    add("FisherFICDF/boost", kFP,
+        [](double p, double a, double b, double) { return bm::quantile(bm::complement(FisherF(a, b), p)); });
     add("GammaPDF/qcm", kGX, [](double x, double k, double t, double) { return GammaPDF(x, k, t); });
     add("GammaPDF/boost", kGX, [](double x, double k, double t, double) { return bm::pdf(GammaD(k, t), x); });
     add("GammaCDF/qcm", kGX, [](double x, double k, double t, double) { return GammaCDF(x, k, t, 0); });
@@ -224,25 +396,37 @@ void register_all() {
     add("BinomialCDF/qcm", kBin, [](double k, double n, double p, double) { return BinomialCDF(k, n, p, 0); });
     add("BinomialCDF/boost", kBin, [](double k, double n, double p, double) { return bm::cdf(BinomialUp(n, p), k); });
     add("BinomialICDF/qcm", kBinP, [](double P, double n, double p, double) { return BinomialICDF(P, n, p, 0, 1); });
-    add("BinomialICDF/boost", kBinP, [](double P, double n, double p, double) { return bm::quantile(BinomialUp(n, p), P); });
+    add("BinomialICDF/boost", kBinP,
+        [](double P, double n, double p, double) { return bm::quantile(BinomialUp(n, p), P); });
     add("BinomialPS/qcm", kPS, [](double a, double n, double k, double) { return BinomialPS(a, n, k, 0); });
-    add("BinomialPS/boost", kPS, [](double a, double n, double k, double) { return BinomialUp::find_lower_bound_on_p(n, k, a); });
-    add("HypergeometricPDF/qcm", kHyp, [](double x, double r, double n, double N) { return HypergeometricPDF(x, r, n, N); });
+    add("BinomialPS/boost", kPS,
+        [](double a, double n, double k, double) { return BinomialUp::find_lower_bound_on_p(n, k, a); });
+    add("HypergeometricPDF/qcm", kHyp,
+        [](double x, double r, double n, double N) { return HypergeometricPDF(x, r, n, N); });
     add("HypergeometricPDF/boost", kHyp, [](double x, double r, double n, double N) {
-        return bm::pdf(Hyper(static_cast<unsigned>(r), static_cast<unsigned>(n), static_cast<unsigned>(N)), static_cast<unsigned>(x)); });
-    add("HypergeometricCDF/qcm", kHyp, [](double x, double r, double n, double N) { return HypergeometricCDF(x, r, n, N, 0); });
+        return bm::pdf(Hyper(static_cast<unsigned>(r), static_cast<unsigned>(n), static_cast<unsigned>(N)),
+                       static_cast<unsigned>(x));
+    });
+    add("HypergeometricCDF/qcm", kHyp,
+        [](double x, double r, double n, double N) { return HypergeometricCDF(x, r, n, N, 0); });
     add("HypergeometricCDF/boost", kHyp, [](double x, double r, double n, double N) {
-        return bm::cdf(Hyper(static_cast<unsigned>(r), static_cast<unsigned>(n), static_cast<unsigned>(N)), static_cast<unsigned>(x)); });
-    add("HypergeometricICDF/qcm", kHypP, [](double P, double r, double n, double N) { return HypergeometricICDF(P, r, n, N, 0); });
+        return bm::cdf(Hyper(static_cast<unsigned>(r), static_cast<unsigned>(n), static_cast<unsigned>(N)),
+                       static_cast<unsigned>(x));
+    });
+    add("HypergeometricICDF/qcm", kHypP,
+        [](double P, double r, double n, double N) { return HypergeometricICDF(P, r, n, N, 0); });
     add("HypergeometricICDF/boost", kHypP, [](double P, double r, double n, double N) {
-        return bm::quantile(Hyper(static_cast<unsigned>(r), static_cast<unsigned>(n), static_cast<unsigned>(N)), P); });
+        return bm::quantile(Hyper(static_cast<unsigned>(r), static_cast<unsigned>(n), static_cast<unsigned>(N)), P);
+    });
 #ifdef QCM_HAVE_RMATH
     add("BinomialPDF/R", kBin, [](double k, double n, double p, double) { return dbinom(k, n, p, 0); });
     add("BinomialCDF/R", kBin, [](double k, double n, double p, double) { return pbinom(k, n, p, 1, 0); });
     add("BinomialICDF/R", kBinP, [](double P, double n, double p, double) { return qbinom(P, n, p, 1, 0); });
     add("HypergeometricPDF/R", kHyp, [](double x, double r, double n, double N) { return dhyper(x, r, N - r, n, 0); });
-    add("HypergeometricCDF/R", kHyp, [](double x, double r, double n, double N) { return phyper(x, r, N - r, n, 1, 0); });
-    add("HypergeometricICDF/R", kHypP, [](double P, double r, double n, double N) { return qhyper(P, r, N - r, n, 1, 0); });
+    add("HypergeometricCDF/R", kHyp,
+        [](double x, double r, double n, double N) { return phyper(x, r, N - r, n, 1, 0); });
+    add("HypergeometricICDF/R", kHypP,
+        [](double P, double r, double n, double N) { return qhyper(P, r, N - r, n, 1, 0); });
 #endif
 }
 

@@ -47,10 +47,14 @@ public:
                                           1.0,
                                           0.5};
         switch (byte() % 5) {
-            case 0: return kSpecial[byte() % 10];
-            case 1: return static_cast<double>(byte() % 201);
-            case 2: return static_cast<double>(word() >> 11) / 9007199254740992.0;
-            case 3: return static_cast<double>(word() % 10000001);
+            case 0:
+                return kSpecial[byte() % 10];
+            case 1:
+                return static_cast<double>(byte() % 201);
+            case 2:
+                return static_cast<double>(word() >> 11) / 9007199254740992.0;
+            case 3:
+                return static_cast<double>(word() % 10000001);
             default: {
                 std::uint64_t bits = word();
                 double x;
@@ -62,9 +66,12 @@ public:
     }
     std::int32_t integer() {
         switch (byte() % 3) {
-            case 0: return static_cast<std::int32_t>(byte() % 201) - 1;
-            case 1: return static_cast<std::int32_t>(word() % 10000001);
-            default: return static_cast<std::int32_t>(static_cast<std::uint32_t>(word()));
+            case 0:
+                return static_cast<std::int32_t>(byte() % 201) - 1;
+            case 1:
+                return static_cast<std::int32_t>(word() % 10000001);
+            default:
+                return static_cast<std::int32_t>(static_cast<std::uint32_t>(word()));
         }
     }
 
@@ -117,14 +124,17 @@ void fuzz_matrix(const qcm::ExportInfo& e, Bytes& in) {
     std::vector<double> tau(64 * 65 + 64, 0.0);
     std::vector<std::int32_t> pivots(65, 0);
     Matrix a(in, m, n);
-    if (name == "QR") QR(a.data.data(), &a.d, tau.data());
-    else if (name == "QRP") QRP(a.data.data(), &a.d, tau.data(), pivots.data());
+    if (name == "QR")
+        QR(a.data.data(), &a.d, tau.data());
+    else if (name == "QRP")
+        QRP(a.data.data(), &a.d, tau.data(), pivots.data());
     else if (name == "QR_Q") {
         Matrix t(in, m, m < n ? m : n);
         if (QR(t.data.data(), &t.d, tau.data()) == 0) QR_Q(t.data.data(), &t.d, tau.data());
     } else if (name == "QR_Qy") {
         Matrix c(in, m, k);
-        if (QR(a.data.data(), &a.d, tau.data()) == 0 && m >= n) QR_Qy(a.data.data(), &a.d, in.byte() & 1, tau.data(), c.data.data(), &c.d);
+        if (QR(a.data.data(), &a.d, tau.data()) == 0 && m >= n)
+            QR_Qy(a.data.data(), &a.d, in.byte() & 1, tau.data(), c.data.data(), &c.d);
     } else if (name == "SolveTriangularSystem") {
         Matrix b(in, n, k);
         SolveTriangularSystem(a.data.data(), &a.d, in.byte() & 1, in.byte() & 1, b.data.data(), &b.d);

@@ -1,0 +1,120 @@
+// Student's t, chi-squared and F distributions.
+//
+// StudentTPDF/CDF/ICDF, ChiSquaredPDF/CDF/ICDF, FisherFPDF/CDF/ICDF: thin
+// layers over Boost.Math's students_t_distribution, chi_squared_distribution
+// and fisher_f_distribution under the errno policy. Each export first checks
+// its degrees of freedom (positive and finite; see parameter_checks.hpp) and
+// returns NaN with EDOM on a failure. Boost evaluates the rest through the
+// regularised incomplete beta and gamma functions and their inverses
+// (DiDonato and Morris; Temme's asymptotic inversions; Shaw's series for the
+// t quantile, "New methods for simulating the Student t-distribution", 2006).
+//
+// Upper tails: chi-squared and F use Boost's complement evaluation, so a tiny
+// p-value keeps its digits. Student's t uses its symmetry instead,
+// P(T > x) = P(T <= -x), and the upper quantile is the negated lower one.
+#include <boost/math/distributions/chi_squared.hpp>
+// GCC 12 cannot see that the F quantile's inverse incomplete beta always
+// sets its second output once the parameters have passed their checks.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <boost/math/distributions/fisher_f.hpp>
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
+#include <boost/math/distributions/students_t.hpp>
+
+#include "QuillonCoreMath.h"
+#include "continuous/parameter_checks.hpp"
+#include "conventions.hpp"
+
+namespace {
+
+using qcm::ErrnoGuard;
+using qcm::ErrnoPolicy;
+using qcm::continuous::parameters_ok;
+using qcm::continuous::rejected;
+
+using StudentT = boost::math::students_t_distribution<double, ErrnoPolicy>;
+using ChiSquared = boost::math::chi_squared_distribution<double, ErrnoPolicy>;
+using FisherF = boost::math::fisher_f_distribution<double, ErrnoPolicy>;
+
+constexpr const char* kStudentT = "boost::math::students_t_distribution<%1%>::students_t_distribution";
+constexpr const char* kChiSquared = "boost::math::chi_squared_distribution<%1%>::chi_squared_distribution";
+constexpr const char* kFisherF = "boost::math::fisher_f_distribution<%1%>::fisher_f_distribution";
+constexpr const char* kDf = "Degrees of freedom argument is %1%, but must be > 0 !";
+
+bool df_ok(const char* function, double df) { return parameters_ok(function, {{df, kDf}}); }
+
+// df1 first, then df2: the first failure is the one reported.
+bool f_df_ok(double df1, double df2) { return parameters_ok(kFisherF, {{df1, kDf}, {df2, kDf}}); }
+
+}  // namespace
+
+extern "C" {
+
+double StudentTPDF(double x, double df) {
+    ErrnoGuard guard;
+    if (!df_ok(kStudentT, df)) return rejected();
+    return boost::math::pdf(StudentT(df), x);
+}
+
+double StudentTCDF(double x, double df, qcm_flag upper) {
+    ErrnoGuard guard;
+    if (!df_ok(kStudentT, df)) return rejected();
+    return boost::math::cdf(StudentT(df), qcm::flag(upper) ? -x : x);
+}
+
+double StudentTICDF(double p, double df, qcm_flag upper) {
+    ErrnoGuard guard;
+    if (!df_ok(kStudentT, df)) return rejected();
+    double t = boost::math::quantile(StudentT(df), p);
+    return qcm::flag(upper) ? -t : t;
+}
+
+double ChiSquaredPDF(double x, double df) {
+    ErrnoGuard guard;
+    if (!df_ok(kChiSquared, df)) return rejected();
+    return boost::math::pdf(ChiSquared(df), x);
+}
+
+double ChiSquaredCDF(double x, double df, qcm_flag upper) {
+    ErrnoGuard guard;
+    if (!df_ok(kChiSquared, df)) return rejected();
+    ChiSquared dist(df);
+    if (!qcm::flag(upper)) return boost::math::cdf(dist, x);
+    return boost::math::cdf(boost::math::complement(dist, x));
+}
+
+double ChiSquaredICDF(double p, double df, qcm_flag upper) {
+    ErrnoGuard guard;
+    if (!df_ok(kChiSquared, df)) return rejected();
+    ChiSquared dist(df);
+    if (!qcm::flag(upper)) return boost::math::quantile(dist, p);
+    return boost::math::quantile(boost::math::complement(dist, p));
+}
+
+double FisherFPDF(double x, double df1, double df2) {
+    ErrnoGuard guard;
+    if (!f_df_ok(df1, df2)) return rejected();
+    return boost::math::pdf(FisherF(df1, df2), x);
+}
+
+double FisherFCDF(double x, double df1, double df2, qcm_flag upper) {
+    ErrnoGuard guard;
+    if (!f_df_ok(df1, df2)) return rejected();
+    FisherF dist(df1, df2);
+    if (!qcm::flag(upper)) return boost::math::cdf(dist, x);
+    return boost::math::cdf(boost::math::complement(dist, x));
+}
+
+double FisherFICDF(double p, double df1, double df2, qcm_flag upper) {
+    ErrnoGuard guard;
+    if (!f_df_ok(df1, df2)) return rejected();
+    FisherF dist(df1, df2);
+    if (!qcm::flag(upper)) return boost::math::quantile(dist, p);
+    return boost::math::quantile(boost::math::complement(dist, p));
+}
+
+}  // extern "C"
