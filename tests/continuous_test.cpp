@@ -512,7 +512,9 @@ TEST(ContinuousErrno, LibmUnderflowInsideQuantilesDoesNotLeak) {
     for (const auto& c : cases) {
         errno = 0;
         double direct = c.direct();
+#ifdef __GLIBC__  // glibc's libm reports the harmless underflow; other runtimes need not
         EXPECT_EQ(errno, ERANGE) << c.what << ": the direct call no longer shows the underflow";
+#endif
         auto r = capture(c.exported);
         EXPECT_EQ(r.err, 0) << c.what;
         EXPECT_EQ(std::fabs(r.value), std::fabs(direct)) << c.what;

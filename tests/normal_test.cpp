@@ -111,7 +111,8 @@ TEST(NormalContract, ErrnoIsNeverClearedBySuccessfulCalls) {
 #if defined(__clang__)
 __attribute__((no_sanitize("function")))
 #endif
-double normal_cdf_int_flag(double x, int flag) {
+double
+normal_cdf_int_flag(double x, int flag) {
     void* address = reinterpret_cast<void*>(&NormalCDF);
     auto as_int = reinterpret_cast<double (*)(double, double, double, int)>(address);
     return as_int(x, 0, 1, flag);

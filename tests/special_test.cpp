@@ -485,7 +485,7 @@ const std::map<std::string, Tolerance>& tolerances() {
         {"InverseGammaRegularized", {16, 64}},
         {"InverseGammaRegularizedC", {16, 64}},
         {"LogXplus1", {4, 4}},
-        {"Beta", {16, 256}},
+        {"Beta", {16, 512}},
         {"BetaDerivative", {16, 256}},
         {"BetaRegularized", {16, 512}},
         {"BetaRegularizedC", {16, 512}},
@@ -530,8 +530,9 @@ void check_reference(const char* file, bool hard) {
 //    plus the series or fraction: 16 [10].
 //  - Hard arguments: the same prefix at a, b up to 1e6 evaluated near the
 //    transition, where exp(t) with |t| up to ~700 turns eps into |t| * eps:
-//    512 for the regularized functions [445], 256 for Beta and the beta
-//    derivative [204], 64 for the gamma derivative [16]. The non-regularized
+//    512 for the regularized functions [445], 256 for the beta derivative
+//    [204], 64 for the gamma derivative [16]. Beta gets 512: its exp/pow
+//    prefix is 204 ulps off with glibc and 328 with msvcrt's libm. The non-regularized
 //    incomplete gamma functions at a >= 170 are formed as exp(ln P + ln
 //    Gamma(a)) with an exponent near 706: 1024 [760].
 //  - The inverses are compared with the exact root of the 50-digit function.
