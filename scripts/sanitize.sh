@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The whole test suite again under AddressSanitizer and UndefinedBehaviorSanitizer
 # (clang), then the fuzz target over every export for QCM_FUZZ_SECONDS seconds
-# (default 60) from the committed seed corpus. Longer fuzzing:
+# (default 60) from the committed seed corpus, with a fixed seed so that a
+# run repeats the start of the last one (QCM_FUZZ_SEED picks another). Longer fuzzing:
 #   QCM_FUZZ_SECONDS=3600 scripts/sanitize.sh
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -27,5 +28,5 @@ export LSAN_OPTIONS=suppressions="$root/fuzz/lsan.supp"
 corpus=$(mktemp -d)
 trap 'rm -rf "$corpus"' EXIT
 cp "$root"/fuzz/corpus/* "$corpus"/
-"$build/fuzz/fuzz_exports" -max_total_time="${QCM_FUZZ_SECONDS:-60}" -timeout=10 -rss_limit_mb=2048 \
+"$build/fuzz/fuzz_exports" -seed="${QCM_FUZZ_SEED:-1}" -max_total_time="${QCM_FUZZ_SECONDS:-60}" -timeout=30 -rss_limit_mb=2048 \
   -print_final_stats=1 "$corpus" 2>&1 | tail -n 25

@@ -113,3 +113,58 @@ CASES = [
 
 def case_map():
     return {c.export: c for c in CASES}
+
+
+# ---- families whose references are the committed test data: computed
+# independently (exact rationals, high-precision quadrature of the defining
+# integrals, Durbin's formula in exact arithmetic), never by the library's rules.
+import csv  # noqa: E402
+import os  # noqa: E402
+
+DATA = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tests", "data")
+
+
+class DataCase(Case):
+    def __init__(self, export, rows, note="", pick=None):
+        super().__init__(export, [r[0] for r in rows], None, note)
+        self.table = {r[0]: r[1] for r in rows}
+        self.pick = pick  # which output to compare instead of the result
+
+
+def _rows(name):
+    with open(os.path.join(DATA, name)) as f:
+        return [r for r in csv.reader(line for line in f if not line.startswith("#")) if r]
+
+
+def _lambda(k, v):
+    v = float(v)
+    return tuple(0.2 + 0.15 * (j % 4) for j in range(k)) if v == -1 else tuple([v] * k)
+
+
+def _data_cases():
+    out = []
+    mc = {}
+    for r in _rows("multcomp_cdf.csv") + _rows("multcomp_quantile.csv"):
+        name, q, k, df, lam, ref = r[0], float(r[1]), int(r[2]), float(r[3]), r[4], mp.mpf(r[5])
+        mc.setdefault(name, []).append(((q, k, df, _lambda(k, lam), F), ref))
+    for name in ("MCaCDF", "MCbCDF", "MCcCDF", "MCaICDF", "MCbICDF", "MCcICDF"):
+        if name in mc:
+            out.append(DataCase(name, mc[name], "references: tests/data/multcomp_*.csv (mpmath quadrature)"))
+    cdf, icdf = [], []
+    for tail, n, d, ref in _rows("kolmogorov_exact.csv"):
+        up = 1 if tail == "upper" else 0
+        cdf.append(((float(d), float(n), up), mp.mpf(ref)))
+        if 1e-12 < float(ref) < 1 - 1e-12:
+            icdf.append(((float(ref), float(n), up), mp.mpf(d)))
+    out.append(DataCase("KolmogorovCDF", cdf, "references: Durbin's formula in exact arithmetic"))
+    out.append(DataCase("KolmogorovICDF", icdf, "the d of an exact CDF value; the search stops at 2^-23"))
+    rows = [((float(r[1]), int(r[2]), int(r[3]), int(r[4]), float(r[5]), int(r[6]), float(r[7])), mp.mpf(r[8]))
+            for r in _rows("fnc_icdf.csv")]
+    out.append(DataCase("FNCHypergeometricICDF", rows, "exact quantiles (p midway between steps)"))
+    means = [((int(r[1]), int(r[2]), int(r[3]), float(r[4])), mp.mpf(r[5])) for r in _rows("fnc_moments.csv")
+             if r[0] == "mean"]
+    out.append(DataCase("FNCHypergeometricMoments", means, "the mean output against exact sums", pick=0))
+    return out
+
+
+CASES += _data_cases()
