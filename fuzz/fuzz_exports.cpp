@@ -104,7 +104,9 @@ void fuzz_scalar(const qcm::ExportInfo& e, void* fn, Bytes& in) {
     // 48 x 48 x k normal evaluations.
     if (std::strncmp(e.name, "Hypergeometric", 14) == 0)
         for (std::size_t i = 1; i < args.size(); ++i)
-            if (std::fabs(args[i].d) > 1e5 && std::isfinite(args[i].d)) args[i].d = std::fmod(args[i].d, 1e5);
+            // (a negative count wraps to near 2^32 in the conversion to 32 bits)
+            if (std::isfinite(args[i].d) && (args[i].d < 0 || args[i].d > 1e5))
+                args[i].d = std::fmod(std::fabs(args[i].d), 1e5);
     if (std::strcmp(e.signature, "d:didlb") == 0 && std::strstr(e.name, "ICDF") && args[1].i > 20) args[1].i %= 21;
     double outs[2] = {0, 0};
     qcm::Outcome r = qcm::capture([&] { return qcm::call_scalar(e.signature, fn, args, outs); });
