@@ -4,14 +4,8 @@
 #  - the DLL imports only system DLLs: the kernel and one C runtime
 #    (msvcrt.dll or the Universal CRT), never a GCC runtime DLL
 #    (libstdc++, libgcc_s, libgfortran, libwinpthread).
-# cmake -DOBJDUMP=... -DLIBRARY=... -DTABLE=... [-DREQUIRE_ALL=ON] -P check_dll.cmake
-file(STRINGS ${TABLE} lines REGEX "^QCM_EXPORT\\(")
-set(expected "")
-foreach(line IN LISTS lines)
-  string(REGEX REPLACE "^QCM_EXPORT\\(([A-Za-z0-9_]+),.*" "\\1" name "${line}")
-  list(APPEND expected ${name})
-endforeach()
-list(SORT expected)
+# cmake -DOBJDUMP=... -DLIBRARY=... [-DREQUIRE_ALL=ON] -P check_dll.cmake
+include(${CMAKE_CURRENT_LIST_DIR}/../cmake/Exports.cmake)
 
 execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE out RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
@@ -35,16 +29,7 @@ foreach(row IN LISTS rows)
 endforeach()
 list(SORT exported)
 
-set(extra ${exported})
-list(REMOVE_ITEM extra ${expected})
-set(missing ${expected})
-list(REMOVE_ITEM missing ${exported})
-if(extra)
-  message(FATAL_ERROR "the DLL exports names that are not in the table: ${extra}")
-endif()
-if(missing AND REQUIRE_ALL)
-  message(FATAL_ERROR "exports of the table missing from the DLL: ${missing}")
-endif()
+qcm_check_exported("${exported}" "the DLL")
 
 foreach(dll IN LISTS imported)
   string(TOLOWER "${dll}" lower)
@@ -54,6 +39,7 @@ foreach(dll IN LISTS imported)
 endforeach()
 
 list(LENGTH exported count)
+qcm_export_names(expected)
 list(LENGTH expected total)
 string(REPLACE ";" " " imported "${imported}")
 message(STATUS "${count} of ${total} exports, no other name; imports: ${imported}")
