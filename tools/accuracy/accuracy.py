@@ -262,7 +262,7 @@ def write_markdown(report, peer_names, lib):
            "The peers are evaluated on the same points where they offer the function.",
            "Regenerate with `scripts/accuracy.sh`.", "",
            "**Read with care.** Where the library and every peer show the same huge error (for",
-           "example the inverses at p = 1e-300 or `BetaRegularizedC(2, 60, 0.9)`), the reference is",
+           "example `FisherFICDF` at p = 1e-100 with df2 = 2, where 1 - y vanishes at 50 digits), the reference is",
            "the suspect: mpmath's series or the reference bisection fails there. Those rows are",
            "being re-checked; a row where the library alone is far off is a real finding. The",
            "multiple-comparison, Kolmogorov and noncentral-hypergeometric references are the test",

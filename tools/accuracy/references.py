@@ -9,17 +9,23 @@ INF = mp.inf
 
 
 def solve(g, lo, hi, increasing=True):
-    """The root of a monotone g on [lo, hi] by bisection on the mpf line,
-    to about 40 significant digits (slow but unconditionally safe)."""
+    """The root of a monotone g on [lo, hi] by bisection to about 40
+    significant digits. On an interval of one sign the bisection is
+    geometric, so roots far below 1e-300 or beyond 1e300 are reached."""
     lo, hi = mp.mpf(lo), mp.mpf(hi)
-    for _ in range(400):
-        mid = (lo + hi) / 2
+    tiny, sign = mp.mpf(10) ** -400, 0
+    if lo >= 0:
+        lo, sign = max(lo, tiny), 1
+    elif hi <= 0:
+        hi, sign = min(hi, -tiny), -1
+    for _ in range(4000):
+        mid = sign * mp.sqrt(lo * hi) if sign else (lo + hi) / 2
         v = g(mid)
         if (v < 0) == increasing:
             lo = mid
         else:
             hi = mid
-        if hi - lo <= abs(mid) * mp.mpf(10) ** -40 or hi - lo < mp.mpf(10) ** -330:
+        if abs(hi - lo) <= abs(mid) * mp.mpf(10) ** -40:
             break
     return (lo + hi) / 2
 
@@ -72,7 +78,10 @@ def inverse_gamma_p(a, p):
 
 
 def inverse_gamma_q(a, q):
-    lo, hi = bracket_up(lambda t: 1 - gamma_q(a, t), 1 - mp.mpf(q), start=max(1, a))
+    hi = mp.mpf(max(1, a))
+    while gamma_q(a, hi) > q:
+        hi *= 2
+    lo = 0
     return solve(lambda t: -(mp.log(gamma_q(a, t)) - mp.log(q)), lo, hi)
 
 
@@ -87,7 +96,8 @@ def ibeta(a, b, x):
 
 
 def ibetac(a, b, x):
-    return mp.betainc(a, b, x, 1, regularized=True)
+    # 1 - I_x(a, b) = I_{1-x}(b, a), integrated from 0: no cancellation
+    return mp.betainc(b, a, 0, 1 - mp.mpf(x), regularized=True)
 
 
 def inverse_ibeta(a, b, p):
@@ -126,7 +136,7 @@ def t_icdf(p, v, upper=False):
     if p == mp.mpf(1) / 2:
         return mp.mpf(0)
     if p < 0.5:
-        return solve(log_gap(lambda t: t_cdf(t, v), p), -mp.mpf(10) ** 160, 0)
+        return solve(log_gap(lambda t: t_cdf(t, v), p), -mp.mpf(10) ** 320, 0)
     return -t_icdf(1 - p, v)
 
 
