@@ -1,6 +1,6 @@
 // Gamma and beta families: the contract of every export (policy, end values,
 // exact messages, output pointers), reference values from mpmath at 50 digits
-// (tests/data/gen_special.py), and the identities P + Q = 1, I + Ic = 1 and
+// (tests/data/gen_gamma_beta.py), and the identities P + Q = 1, I + Ic = 1 and
 // I(inverse of I(p)) = p.
 #include <cerrno>
 #include <cmath>
@@ -540,9 +540,9 @@ void check_reference(const char* file, bool hard) {
 //    last Halley step at least squares that, so the result is limited by the
 //    forward error of the function divided by the conditioning, which is
 //    >= 1 on these rows: 16 ordinary [9], 64 hard [11].
-TEST(SpecialReference, OrdinaryArguments) { check_reference("special_reference.csv", false); }
+TEST(SpecialReference, OrdinaryArguments) { check_reference("gamma_beta_reference.csv", false); }
 
-TEST(SpecialReference, HardArguments) { check_reference("special_hard.csv", true); }
+TEST(SpecialReference, HardArguments) { check_reference("gamma_beta_hard.csv", true); }
 
 // ---- Identities ----
 

@@ -2,7 +2,7 @@
 """Reference values for the gamma and beta families, computed with mpmath at
 50 significant digits from the exact binary value of every double argument.
 
-Writes special_reference.csv (ordinary arguments) and special_hard.csv (large
+Writes gamma_beta_reference.csv (ordinary arguments) and gamma_beta_hard.csv (large
 parameters, arguments near the transition x ~ mean, tiny and near-1
 probabilities and results). Rows are `function,arg1,...,expected`; the
 inverses and the "2" forms get an extra row for y = 1 - x named with a
@@ -242,7 +242,7 @@ HARD_BETA = {
 }
 
 HEADER = """# Reference values for the gamma and beta families ({what}).
-# Source: mpmath {version} (tests/data/gen_special.py), 50 significant digits,
+# Source: mpmath {version} (tests/data/gen_gamma_beta.py), 50 significant digits,
 # evaluated at the exact binary value of each double argument; expected values
 # printed to 25 significant digits. Regularized incomplete gamma: mpmath's
 # gammainc on the side of x = a where it converges, the other tail as 1 minus
@@ -262,5 +262,5 @@ def write(name, what, lines):
 
 
 if __name__ == '__main__':
-    write('special_reference.csv', 'ordinary arguments', gamma_rows(ORDINARY) + beta_rows(ORDINARY_BETA))
-    write('special_hard.csv', 'hard arguments', gamma_rows(HARD) + beta_rows(HARD_BETA))
+    write('gamma_beta_reference.csv', 'ordinary arguments', gamma_rows(ORDINARY) + beta_rows(ORDINARY_BETA))
+    write('gamma_beta_hard.csv', 'hard arguments', gamma_rows(HARD) + beta_rows(HARD_BETA))
