@@ -24,10 +24,10 @@ inline void* find_symbol(const char* name) {
 #else
 #ifdef QCM_LIBRARY_FILE
     static void* handle = dlopen(QCM_LIBRARY_FILE, RTLD_NOW | RTLD_GLOBAL);
-#else
-    static void* handle = RTLD_DEFAULT;
-#endif
     return handle ? dlsym(handle, name) : nullptr;
+#else
+    return dlsym(RTLD_DEFAULT, name);  // RTLD_DEFAULT is a null handle: every loaded object
+#endif
 #endif
 }
 
