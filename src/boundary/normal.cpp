@@ -13,6 +13,7 @@
 
 #include "QuillonCoreMath.h"
 #include "conventions.hpp"
+#include "tails.hpp"
 
 namespace {
 
@@ -62,8 +63,7 @@ double NormalCDF(double x, double mean, double sd, qcm_flag upper) {
 double NormalICDF(double p, double mean, double sd, qcm_flag upper) {
     ErrnoGuard guard;
     Normal dist(mean, sd);
-    if (!qcm::flag(upper)) return boost::math::quantile(dist, p);
-    return boost::math::quantile(boost::math::complement(dist, p));
+    return qcm::tail_quantile(dist, p, qcm::flag(upper));
 }
 
 }  // extern "C"

@@ -14,6 +14,7 @@
 #include "QuillonCoreMath.h"
 #include "continuous/parameter_checks.hpp"
 #include "conventions.hpp"
+#include "tails.hpp"
 
 namespace {
 
@@ -52,16 +53,14 @@ double GammaCDF(double x, double shape, double scale, qcm_flag upper) {
     ErrnoGuard guard;
     if (!gamma_ok(shape, scale)) return rejected();
     GammaDist dist(shape, scale);
-    if (!qcm::flag(upper)) return boost::math::cdf(dist, x);
-    return boost::math::cdf(boost::math::complement(dist, x));
+    return qcm::tail_cdf(dist, x, qcm::flag(upper));
 }
 
 double GammaICDF(double p, double shape, double scale, qcm_flag upper) {
     ErrnoGuard guard;
     if (!gamma_ok(shape, scale)) return rejected();
     GammaDist dist(shape, scale);
-    if (!qcm::flag(upper)) return boost::math::quantile(dist, p);
-    return boost::math::quantile(boost::math::complement(dist, p));
+    return qcm::tail_quantile(dist, p, qcm::flag(upper));
 }
 
 double BetaPDF(double x, double alpha, double beta) {
@@ -74,16 +73,14 @@ double BetaCDF(double x, double alpha, double beta, qcm_flag upper) {
     ErrnoGuard guard;
     if (!beta_ok(alpha, beta)) return rejected();
     BetaDist dist(alpha, beta);
-    if (!qcm::flag(upper)) return boost::math::cdf(dist, x);
-    return boost::math::cdf(boost::math::complement(dist, x));
+    return qcm::tail_cdf(dist, x, qcm::flag(upper));
 }
 
 double BetaICDF(double p, double alpha, double beta, qcm_flag upper) {
     ErrnoGuard guard;
     if (!beta_ok(alpha, beta)) return rejected();
     BetaDist dist(alpha, beta);
-    if (!qcm::flag(upper)) return boost::math::quantile(dist, p);
-    return boost::math::quantile(boost::math::complement(dist, p));
+    return qcm::tail_quantile(dist, p, qcm::flag(upper));
 }
 
 }  // extern "C"

@@ -28,6 +28,7 @@
 #include "QuillonCoreMath.h"
 #include "continuous/parameter_checks.hpp"
 #include "conventions.hpp"
+#include "tails.hpp"
 
 namespace {
 
@@ -83,16 +84,14 @@ double ChiSquaredCDF(double x, double df, qcm_flag upper) {
     ErrnoGuard guard;
     if (!df_ok(kChiSquared, df)) return rejected();
     ChiSquared dist(df);
-    if (!qcm::flag(upper)) return boost::math::cdf(dist, x);
-    return boost::math::cdf(boost::math::complement(dist, x));
+    return qcm::tail_cdf(dist, x, qcm::flag(upper));
 }
 
 double ChiSquaredICDF(double p, double df, qcm_flag upper) {
     ErrnoGuard guard;
     if (!df_ok(kChiSquared, df)) return rejected();
     ChiSquared dist(df);
-    if (!qcm::flag(upper)) return boost::math::quantile(dist, p);
-    return boost::math::quantile(boost::math::complement(dist, p));
+    return qcm::tail_quantile(dist, p, qcm::flag(upper));
 }
 
 double FisherFPDF(double x, double df1, double df2) {
@@ -105,16 +104,14 @@ double FisherFCDF(double x, double df1, double df2, qcm_flag upper) {
     ErrnoGuard guard;
     if (!f_df_ok(df1, df2)) return rejected();
     FisherF dist(df1, df2);
-    if (!qcm::flag(upper)) return boost::math::cdf(dist, x);
-    return boost::math::cdf(boost::math::complement(dist, x));
+    return qcm::tail_cdf(dist, x, qcm::flag(upper));
 }
 
 double FisherFICDF(double p, double df1, double df2, qcm_flag upper) {
     ErrnoGuard guard;
     if (!f_df_ok(df1, df2)) return rejected();
     FisherF dist(df1, df2);
-    if (!qcm::flag(upper)) return boost::math::quantile(dist, p);
-    return boost::math::quantile(boost::math::complement(dist, p));
+    return qcm::tail_quantile(dist, p, qcm::flag(upper));
 }
 
 }  // extern "C"

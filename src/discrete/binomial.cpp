@@ -20,6 +20,7 @@
 
 #include "QuillonCoreMath.h"
 #include "conventions.hpp"
+#include "tails.hpp"
 
 namespace {
 
@@ -49,8 +50,7 @@ const char* const kUpperBoundFunction = "boost::math::binomial_distribution<%1%>
 template <class Policy>
 double quantile_of(double P, double n, double p, bool upper) {
     bm::binomial_distribution<double, Policy> dist(n, p);
-    if (!upper) return bm::quantile(dist, P);
-    return bm::quantile(bm::complement(dist, P));
+    return qcm::tail_quantile(dist, P, upper);
 }
 
 template <bmp::discrete_quantile_policy_type Rounding>
@@ -92,8 +92,7 @@ double BinomialPDF(double k, double n, double p) {
 double BinomialCDF(double k, double n, double p, qcm_flag upper) {
     ErrnoGuard guard;
     Binomial dist(n, p);
-    if (!qcm::flag(upper)) return bm::cdf(dist, k);
-    return bm::cdf(bm::complement(dist, k));
+    return qcm::tail_cdf(dist, k, qcm::flag(upper));
 }
 
 double BinomialICDF(double P, double n, double p, qcm_flag upper, int32_t rounding) {

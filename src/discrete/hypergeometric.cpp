@@ -15,6 +15,7 @@
 
 #include "QuillonCoreMath.h"
 #include "conventions.hpp"
+#include "tails.hpp"
 
 namespace {
 
@@ -55,15 +56,13 @@ double HypergeometricPDF(double x, double r, double n, double N) {
 double HypergeometricCDF(double x, double r, double n, double N, qcm_flag upper) {
     ErrnoGuard guard;
     Hypergeometric dist = make_distribution(r, n, N);
-    if (!qcm::flag(upper)) return bm::cdf(dist, x);
-    return bm::cdf(bm::complement(dist, x));
+    return qcm::tail_cdf(dist, x, qcm::flag(upper));
 }
 
 double HypergeometricICDF(double P, double r, double n, double N, qcm_flag upper) {
     ErrnoGuard guard;
     Hypergeometric dist = make_distribution(r, n, N);
-    if (!qcm::flag(upper)) return bm::quantile(dist, P);
-    return bm::quantile(bm::complement(dist, P));
+    return qcm::tail_quantile(dist, P, qcm::flag(upper));
 }
 
 }  // extern "C"
