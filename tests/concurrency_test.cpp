@@ -25,22 +25,7 @@ std::vector<Call> calls() {
     std::vector<Call> list;
     for (const qcm::ExportInfo& e : qcm::kExports) {
         if (std::strchr(e.signature, 'm')) continue;
-        Call c{&e, qcm::find_symbol(e.name), {}};
-        std::istringstream in(e.example);
-        std::string token;
-        for (const char* l = std::strchr(e.signature, ':') + 1; *l; ++l) {
-            qcm::Arg a;
-            if (*l != 'o') {
-                in >> token;
-                a.d = std::strtod(token.c_str(), nullptr);
-                a.i = static_cast<std::int32_t>(a.d);
-                a.b = token == "true" || token == "1";
-                std::istringstream items(token);
-                for (std::string item; std::getline(items, item, ',');)
-                    a.list.push_back(std::strtod(item.c_str(), nullptr));
-            }
-            c.args.push_back(a);
-        }
+        Call c{&e, qcm::find_symbol(e.name), qcm::example_args(e)};
         list.push_back(c);
         // The same call with a NaN first argument exercises the failure paths.
         if (*(std::strchr(e.signature, ':') + 1) == 'd') {

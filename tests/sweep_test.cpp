@@ -49,35 +49,13 @@ bool known_gap(const std::string& name, char letter, std::size_t pos, const qcm:
     return false;
 }
 
-std::vector<qcm::Arg> example_args(const qcm::ExportInfo& e) {
-    std::vector<qcm::Arg> args;
-    std::istringstream in(e.example);
-    std::string token;
-    for (const char* l = std::strchr(e.signature, ':') + 1; *l; ++l) {
-        qcm::Arg a;
-        if (*l != 'o') {
-            in >> token;
-            if (*l == 'd') a.d = std::strtod(token.c_str(), nullptr);
-            if (*l == 'i') a.i = static_cast<std::int32_t>(std::strtol(token.c_str(), nullptr, 10));
-            if (*l == 'b') a.b = token == "true" || token == "1";
-            if (*l == 'l') {
-                std::istringstream items(token);
-                for (std::string item; std::getline(items, item, ',');)
-                    a.list.push_back(std::strtod(item.c_str(), nullptr));
-            }
-        }
-        args.push_back(a);
-    }
-    return args;
-}
-
 TEST(Sweep, HostileArgumentsInEachPosition) {
     std::size_t calls = 0;
     for (const qcm::ExportInfo& e : qcm::kExports) {
         if (std::strchr(e.signature, 'm')) continue;  // matrices have their own tests
         void* fn = qcm::find_symbol(e.name);
         ASSERT_NE(fn, nullptr) << e.name;
-        const std::vector<qcm::Arg> base = example_args(e);
+        const std::vector<qcm::Arg> base = qcm::example_args(e);
         const char* letters = std::strchr(e.signature, ':') + 1;
         for (std::size_t pos = 0; letters[pos]; ++pos) {
             std::vector<std::vector<qcm::Arg>> variants;

@@ -4,9 +4,14 @@
 #define QCM_TOOLS_SCALAR_CALL_HPP
 
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "export_table.hpp"
 
 namespace qcm {
 
@@ -48,6 +53,30 @@ inline double call_scalar(const std::string& sig, void* fn, const std::vector<Ar
     }
 #undef QCM_AS
     throw std::invalid_argument("no scalar call for signature " + sig);
+}
+
+// The arguments of the table's example call of a scalar export (outputs
+// included as empty slots), for the tests that start from a valid call.
+inline std::vector<Arg> example_args(const ExportInfo& e) {
+    std::vector<Arg> args;
+    std::istringstream in(e.example);
+    std::string token;
+    for (const char* l = std::strchr(e.signature, ':') + 1; *l; ++l) {
+        Arg a;
+        if (*l != 'o') {
+            in >> token;
+            if (*l == 'd') a.d = std::strtod(token.c_str(), nullptr);
+            if (*l == 'i') a.i = static_cast<std::int32_t>(std::strtol(token.c_str(), nullptr, 10));
+            if (*l == 'b') a.b = token == "true" || token == "1";
+            if (*l == 'l') {
+                std::istringstream items(token);
+                for (std::string item; std::getline(items, item, ',');)
+                    a.list.push_back(std::strtod(item.c_str(), nullptr));
+            }
+        }
+        args.push_back(a);
+    }
+    return args;
 }
 
 }  // namespace qcm
