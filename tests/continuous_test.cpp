@@ -59,21 +59,7 @@ const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kMax = std::numeric_limits<double>::max();
 constexpr std::uint64_t kQuietNaNBits = 0x7FF8000000000000ULL;
 
-// Exact distance in ulps between two doubles (the shared helper converts the
-// ordered bit patterns to double before subtracting, which rounds small
-// distances to multiples of 512 for numbers near 1). Both NaN: 0.
-double ulp_distance(double a, double b) {
-    if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b) ? 0 : HUGE_VAL;
-    auto ordered = [](double x) {
-        std::int64_t i;
-        std::memcpy(&i, &x, sizeof i);
-        return i < 0 ? std::numeric_limits<std::int64_t>::min() - i : i;
-    };
-    std::int64_t ia = ordered(a), ib = ordered(b);
-    std::uint64_t d = ia > ib ? static_cast<std::uint64_t>(ia) - static_cast<std::uint64_t>(ib)
-                              : static_cast<std::uint64_t>(ib) - static_cast<std::uint64_t>(ia);
-    return static_cast<double>(d);
-}
+using qcm_test::ulp_distance;
 
 using Call = std::function<double(const std::vector<double>&)>;
 

@@ -25,23 +25,7 @@ constexpr double kMax = std::numeric_limits<double>::max();
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr std::uint64_t kQuietNaNBits = 0x7FF8000000000000ull;
 
-// Distance in ulps between two doubles, counted exactly: the difference of
-// the ordered bit patterns is taken in 64-bit integers before it becomes a
-// double (a double holds those patterns only to about 512 ulps).
-double ulp_distance(double a, double b) {
-    if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b) ? 0 : HUGE_VAL;
-    if (a == b) return 0;
-    auto ordered = [](double x) {
-        std::int64_t i;
-        std::memcpy(&i, &x, sizeof i);
-        return i < 0 ? std::numeric_limits<std::int64_t>::min() - i : i;
-    };
-    const std::int64_t ia = ordered(a);
-    const std::int64_t ib = ordered(b);
-    const std::uint64_t diff = ia > ib ? static_cast<std::uint64_t>(ia) - static_cast<std::uint64_t>(ib)
-                                       : static_cast<std::uint64_t>(ib) - static_cast<std::uint64_t>(ia);
-    return static_cast<double>(diff);
-}
+using qcm_test::ulp_distance;
 
 const char* const kDomain = "std::domain_error";
 const char* const kOverflow = "std::overflow_error";
