@@ -165,9 +165,17 @@ def f_cdf(x, d1, d2, upper=False):
 
 
 def f_icdf(p, d1, d2, upper=False):
+    # x = d2 y / (d1 (1 - y)) with I_y(d1/2, d2/2) = p. Near y = 1 (far upper
+    # tail with small d2) 1 - y is lost at any fixed precision, so y and
+    # z = 1 - y are each solved for to full relative precision: I_z(d2/2, d1/2)
+    # is the complementary probability of y.
     d1, d2 = mp.mpf(d1), mp.mpf(d2)
-    y = inverse_ibetac(d1 / 2, d2 / 2, p) if upper else inverse_ibeta(d1 / 2, d2 / 2, p)
-    return d2 * y / (d1 * (1 - y))
+    a, b = d1 / 2, d2 / 2
+    if upper:
+        y, z = inverse_ibetac(a, b, p), inverse_ibeta(b, a, p)
+    else:
+        y, z = inverse_ibeta(a, b, p), inverse_ibetac(b, a, p)
+    return d2 * y / (d1 * z)
 
 
 def gamma_dist_pdf(x, k, theta):
