@@ -2,13 +2,30 @@
 // binary and one run: the direct Boost call under the same policy (the cost
 // of the library's wrapper), R's standalone math library and GSL where they
 // offer the function. Names read "<Export>/<implementation>".
+//
+// Run as "peers_bench --instructions=N" under valgrind's callgrind tool, the
+// program instead calls every benchmark's function N times over its eight
+// points and has callgrind dump the instruction count of each loop under the
+// benchmark's name (tools/performance/report.py reads the dumps). A loop whose
+// function only returns its argument ("harness/none") measures the cost of
+// the loop itself, which the report subtracts. Outside valgrind the dumps
+// are no-ops.
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
+
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#else
+#define CALLGRIND_ZERO_STATS
+#define CALLGRIND_DUMP_STATS_AT(name) ((void)(name))
+#endif
 
 // GCC 12 sees a maybe-uninitialized value inside Boost's F quantile.
 #if defined(__GNUC__) && !defined(__clang__)
@@ -28,15 +45,37 @@
 #include <Rmath.h>
 #endif
 
+#ifdef QCM_HAVE_GSL
+#include <gsl/gsl_cdf.h>
+#include <gsl/gsl_errno.h>
+#include <gsl/gsl_randist.h>
+#include <gsl/gsl_sf_erf.h>
+#include <gsl/gsl_sf_gamma.h>
+#include <gsl/gsl_sf_log.h>
+#endif
+
 namespace {
 
 namespace bm = boost::math;
 using qcm::ErrnoPolicy;
 using qcm::ThrowPolicy;
 
+using P = std::array<std::array<double, 4>, 8>;
+
+// Every registered function with its points, for the instruction counts.
+struct Entry {
+    std::string name;
+    P points;
+    std::function<double(double, double, double, double)> f;
+};
+std::vector<Entry>& entries() {
+    static std::vector<Entry> all;
+    return all;
+}
+
 // Eight points per benchmark, cycled, so that branch prediction sees a mix.
 template <class F>
-void add(const std::string& name, const std::array<std::array<double, 4>, 8>& points, F f) {
+void add(const std::string& name, const P& points, F f) {
     benchmark::RegisterBenchmark(name.c_str(), [points, f](benchmark::State& state) {
         std::size_t i = 0;
         for (auto _ : state) {
@@ -44,9 +83,22 @@ void add(const std::string& name, const std::array<std::array<double, 4>, 8>& po
             benchmark::DoNotOptimize(f(p[0], p[1], p[2], p[3]));
         }
     });
+    entries().push_back({name, points, f});
 }
 
-using P = std::array<std::array<double, 4>, 8>;
+// One callgrind dump per entry: N rounds over its eight points, after one
+// warm-up round (first-call initialisation is not the cost of a call).
+void count_instructions(long rounds) {
+    for (const Entry& e : entries()) {
+        double sink = 0;
+        for (const auto& p : e.points) sink += e.f(p[0], p[1], p[2], p[3]);
+        CALLGRIND_ZERO_STATS;
+        for (long r = 0; r < rounds; ++r)
+            for (const auto& p : e.points) sink += e.f(p[0], p[1], p[2], p[3]);
+        CALLGRIND_DUMP_STATS_AT(e.name.c_str());
+        benchmark::DoNotOptimize(sink);
+    }
+}
 
 const P kX = {{{-3, 0, 0, 0},
                {-1, 0, 0, 0},
@@ -223,6 +275,8 @@ template <class Dist>
 Dist make(double a, double b);
 
 void register_all() {
+    // The loop alone: subtracted from every instruction count.
+    add("harness/none", kX, [](double x, double, double, double) { return x; });
     // ---- normal and error function
     add("Erf/qcm", kX, [](double x, double, double, double) { return Erf(x); });
     add("Erf/boost", kX, [](double x, double, double, double) { return bm::erf(x, ErrnoPolicy()); });
@@ -428,12 +482,76 @@ void register_all() {
     add("HypergeometricICDF/R", kHypP,
         [](double P, double r, double n, double N) { return qhyper(P, r, N - r, n, 1, 0); });
 #endif
+#ifdef QCM_HAVE_GSL
+    // GSL: the same tails as the library's calls above (upper where they pass 1).
+    add("Erf/GSL", kX, [](double x, double, double, double) { return gsl_sf_erf(x); });
+    add("ErfC/GSL", kX, [](double x, double, double, double) { return gsl_sf_erfc(x); });
+    add("NormalPDF/GSL", kX, [](double x, double, double, double) { return gsl_ran_ugaussian_pdf(x); });
+    add("NormalCDF/GSL", kX, [](double x, double, double, double) { return gsl_cdf_ugaussian_P(x); });
+    add("NormalICDF/GSL", kProb, [](double p, double, double, double) { return gsl_cdf_ugaussian_Pinv(p); });
+    add("Gamma/GSL", kAX, [](double a, double, double, double) { return gsl_sf_gamma(a); });
+    add("GammaLn/GSL", kAX, [](double a, double, double, double) { return gsl_sf_lngamma(a); });
+    add("GammaDerivative/GSL", kAX, [](double a, double x, double, double) { return gsl_ran_gamma_pdf(x, a, 1); });
+    add("IncompleteGammaUpper/GSL", kAX, [](double a, double x, double, double) { return gsl_sf_gamma_inc(a, x); });
+    add("GammaRegularized/GSL", kAX, [](double a, double x, double, double) { return gsl_sf_gamma_inc_P(a, x); });
+    add("GammaRegularizedC/GSL", kAX, [](double a, double x, double, double) { return gsl_sf_gamma_inc_Q(a, x); });
+    add("InverseGammaRegularized/GSL", kAP,
+        [](double a, double p, double, double) { return gsl_cdf_gamma_Pinv(p, a, 1); });
+    add("InverseGammaRegularizedC/GSL", kAP,
+        [](double a, double p, double, double) { return gsl_cdf_gamma_Qinv(p, a, 1); });
+    add("LogXplus1/GSL", kProb, [](double x, double, double, double) { return gsl_sf_log_1plusx(x); });
+    add("Beta/GSL", kABX, [](double a, double b, double, double) { return gsl_sf_beta(a, b); });
+    add("BetaDerivative/GSL", kABX, [](double a, double b, double x, double) { return gsl_ran_beta_pdf(x, a, b); });
+    add("BetaRegularized/GSL", kABX, [](double a, double b, double x, double) { return gsl_sf_beta_inc(a, b, x); });
+    add("BetaRegularizedC/GSL", kABX, [](double a, double b, double x, double) { return gsl_cdf_beta_Q(x, a, b); });
+    add("InverseBetaRegularized/GSL", kABP,
+        [](double a, double b, double p, double) { return gsl_cdf_beta_Pinv(p, a, b); });
+    add("InverseBetaRegularizedC/GSL", kABP,
+        [](double a, double b, double p, double) { return gsl_cdf_beta_Qinv(p, a, b); });
+    add("StudentTPDF/GSL", kTX, [](double x, double v, double, double) { return gsl_ran_tdist_pdf(x, v); });
+    add("StudentTCDF/GSL", kTX, [](double x, double v, double, double) { return gsl_cdf_tdist_P(x, v); });
+    add("StudentTICDF/GSL", kTP, [](double p, double v, double, double) { return gsl_cdf_tdist_Pinv(p, v); });
+    add("ChiSquaredPDF/GSL", kCX, [](double x, double v, double, double) { return gsl_ran_chisq_pdf(x, v); });
+    add("ChiSquaredCDF/GSL", kCX, [](double x, double v, double, double) { return gsl_cdf_chisq_Q(x, v); });
+    add("ChiSquaredICDF/GSL", kTP, [](double p, double v, double, double) { return gsl_cdf_chisq_Qinv(p, v); });
+    add("FisherFPDF/GSL", kFX, [](double x, double a, double b, double) { return gsl_ran_fdist_pdf(x, a, b); });
+    add("FisherFCDF/GSL", kFX, [](double x, double a, double b, double) { return gsl_cdf_fdist_Q(x, a, b); });
+    add("FisherFICDF/GSL", kFP, [](double p, double a, double b, double) { return gsl_cdf_fdist_Qinv(p, a, b); });
+    add("GammaPDF/GSL", kGX, [](double x, double k, double t, double) { return gsl_ran_gamma_pdf(x, k, t); });
+    add("GammaCDF/GSL", kGX, [](double x, double k, double t, double) { return gsl_cdf_gamma_P(x, k, t); });
+    add("GammaICDF/GSL", kGP, [](double p, double k, double t, double) { return gsl_cdf_gamma_Pinv(p, k, t); });
+    add("BetaPDF/GSL", kBX, [](double x, double a, double b, double) { return gsl_ran_beta_pdf(x, a, b); });
+    add("BetaCDF/GSL", kBX, [](double x, double a, double b, double) { return gsl_cdf_beta_P(x, a, b); });
+    add("BetaICDF/GSL", kBP, [](double p, double a, double b, double) { return gsl_cdf_beta_Pinv(p, a, b); });
+    add("BinomialPDF/GSL", kBin, [](double k, double n, double p, double) {
+        return gsl_ran_binomial_pdf(static_cast<unsigned>(k), p, static_cast<unsigned>(n));
+    });
+    add("BinomialCDF/GSL", kBin, [](double k, double n, double p, double) {
+        return gsl_cdf_binomial_P(static_cast<unsigned>(k), p, static_cast<unsigned>(n));
+    });
+    add("HypergeometricPDF/GSL", kHyp, [](double x, double r, double n, double N) {
+        return gsl_ran_hypergeometric_pdf(static_cast<unsigned>(x), static_cast<unsigned>(r),
+                                          static_cast<unsigned>(N - r), static_cast<unsigned>(n));
+    });
+    add("HypergeometricCDF/GSL", kHyp, [](double x, double r, double n, double N) {
+        return gsl_cdf_hypergeometric_P(static_cast<unsigned>(x), static_cast<unsigned>(r),
+                                        static_cast<unsigned>(N - r), static_cast<unsigned>(n));
+    });
+#endif
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifdef QCM_HAVE_GSL
+    gsl_set_error_handler_off();  // GSL would abort on an underflow report
+#endif
     register_all();
+    for (int i = 1; i < argc; ++i)
+        if (std::strncmp(argv[i], "--instructions=", 15) == 0) {
+            count_instructions(std::atol(argv[i] + 15));
+            return 0;
+        }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -3,7 +3,7 @@
 # generators need. Quick when everything is present already.
 set -euo pipefail
 packages=(build-essential cmake pkg-config libboost-math-dev libopenblas-openmp-dev
-          libgtest-dev libgmock-dev libbenchmark-dev r-mathlib python3 python3-mpmath)
+          libgtest-dev libgmock-dev libbenchmark-dev r-mathlib libgsl-dev python3 python3-mpmath)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
