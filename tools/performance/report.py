@@ -39,8 +39,8 @@ SPEED_CAUSES = [
     (r"^(BinomialICDF|HypergeometricICDF)", "Boost.Math's discrete quantile searches with repeated cdf calls; "
                                              "R starts from a Cornish-Fisher guess and steps"),
     (r"^(Gamma|GammaLn)$", "Boost.Math's Lanczos approximation with its own checks and the exp/pow of its "
-                           "prefix; GSL's gamma starts from a factorial table and a shorter series (the "
-                           "instruction counts agree: not the wrapper)"),
+                           "prefix; GSL starts from a factorial table, R's gammafn from a Chebyshev series "
+                           "(the instruction counts agree: not the wrapper)"),
     (r"^(Normal|Erf|LogXplus1)",
      "a call of a few tens of nanoseconds, where the export's fixed cost (shared-library call, argument checks, "
      "errno guard) is a large share; see the instruction counts"),
