@@ -345,7 +345,8 @@ def gaps(report, peer_names, lib):
         if ahead:
             ours = "fails on %d of %d points" % (ours_fail, len(case.points)) if score == math.inf else \
                 "max %s ulps at `%s`" % (fmt(ours_max), ", ".join(show(a) for a in worst[0]))
-            out.append((score, case.export, ours, "; ".join(ahead), cause_of(case.export, lib.exports[case.export].family)))
+            family = lib.exports[case.export].family
+            out.append((score, case.export, ours, "; ".join(ahead), cause_of(case.export, family)))
     out.sort(key=lambda g: -g[0])
     return [g[1:] for g in out]
 

@@ -353,7 +353,8 @@ def _np_peer(export, p, refs):
         return [abs(R[i, j]) for j in range(n) for i in range(j + 1)], _abs(refs.get("R", p))
     if export == "QRP":
         R, piv = sl.qr(X, mode="r", pivoting=True)
-        return [abs(R[i, j]) for j in range(n) for i in range(j + 1)], _abs(refs.get("RP", p, tuple(int(k) + 1 for k in piv)))
+        pivots = tuple(int(k) + 1 for k in piv)
+        return [abs(R[i, j]) for j in range(n) for i in range(j + 1)], _abs(refs.get("RP", p, pivots))
     if export in ("QR_Q", "QR_Qy"):
         Q, R = np.linalg.qr(X, mode="complete")
         s = np.where(np.diag(R) >= 0, 1.0, -1.0)

@@ -181,7 +181,8 @@ def main():
               "`boost` is the same Boost.Math call under the same policy made directly in the benchmark",
               "program (its wall-clock ratio is the wrapper's cost; see the instruction counts below for",
               "a repeatable figure). R is R's standalone math library (r-mathlib), GSL is libgsl.", "",
-              "| Export | qcm | boost | qcm / boost | R | R / qcm | GSL | GSL / qcm |", "|---|---|---|---|---|---|---|---|"]
+              "| Export | qcm | boost | qcm / boost | R | R / qcm | GSL | GSL / qcm |",
+              "|---|---|---|---|---|---|---|---|"]
     for export, t in scalar:
         q = t["qcm"]
         cells = []
@@ -200,7 +201,8 @@ def main():
         high = sorted([r for r in over if r[3] > 0.10], key=lambda r: -r[3])
         lines += ["Wall-clock ratios of calls that take tens of nanoseconds move by 10-40% between runs on",
                   "a shared machine. Instruction counts do not: `valgrind --tool=callgrind` ran",
-                  "`peers_bench --instructions=%d`, which calls each function %d times over its eight" % (rounds, rounds),
+                  "`peers_bench --instructions=%d`, which calls each function %d times over its eight"
+                  % (rounds, rounds),
                   "arguments between two callgrind dumps; the count of the bare loop (a function that returns",
                   "its argument, through the same `std::function` call) is subtracted. Counts are per call.", "",
                   "Where the overhead is above 10%% (%d of %d exports: %s), it is a fixed cost of" % (
