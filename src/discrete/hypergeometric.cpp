@@ -235,27 +235,52 @@ struct Tails {
     LD upper;  // P(X > x)
 };
 
+// 1 + a(0) + a(0) a(1) + ... + a(0)...a(steps - 1), a(i) = num / den as
+// step(i, num, den) gives them, stopped once the rest is negligible. The
+// ratios only shrink (the pmf is log-concave), so after a term t with next
+// ratio a the rest is at most t a / (1 - a). Two terms share one division.
+template <class Step>
+LD ratio_sum(std::uint32_t steps, Step step) {
+    LD sum = 1, term = 1;
+    std::uint32_t i = 0;
+    for (; i + 1 < steps; i += 2) {
+        LD na, da, nb, db;
+        step(i, na, da);
+        step(i + 1, nb, db);
+        const LD scale = term / (da * db);
+        const LD first = na * db * scale;
+        term = na * nb * scale;
+        sum += first + term;
+        if (term * nb <= sum * kNegligible * (db - nb)) return sum;
+    }
+    if (i < steps) {
+        LD na, da;
+        step(i, na, da);
+        sum += term * na / da;
+    }
+    return sum;
+}
+
 // Both tails at x, lo <= x <= hi, lo < hi: the one on the near side of the
 // mean summed, the other its complement.
 QCM_OUT_OF_LINE Tails tails(const Counts& c, std::uint32_t x) {
     if (x == c.hi) return {1, 0};
-    LD sum = 1, term = 1;
     if (static_cast<LD>(x) * c.N < static_cast<LD>(c.r) * c.n) {
-        for (std::uint32_t k = x; k > c.lo; --k) {
-            const LD ratio = ratio_down(c, k);
-            term *= ratio;
-            sum += term;
-            if (term * ratio <= sum * kNegligible * (1 - ratio)) break;
-        }
+        // f(k - 1) / f(k) = k (c0 + k) / ((r - k + 1) (n - k + 1)), k = x, x - 1, ..., lo + 1
+        const LD sum = ratio_sum(x - c.lo, [&c, x](std::uint32_t i, LD& num, LD& den) {
+            const std::uint32_t k = x - i;
+            num = static_cast<LD>(k) * static_cast<LD>(c.c0 + k);
+            den = static_cast<LD>(c.r - k + 1) * (c.n - k + 1);
+        });
         const LD lower = pmf(c, x) * sum;
         return {lower, 1 - lower};
     }
-    for (std::uint32_t k = x + 1; k < c.hi; ++k) {
-        const LD ratio = ratio_up(c, k);
-        term *= ratio;
-        sum += term;
-        if (term * ratio <= sum * kNegligible * (1 - ratio)) break;
-    }
+    // f(k + 1) / f(k) = (r - k) (n - k) / ((k + 1) (c0 + k + 1)), k = x + 1, ..., hi - 1
+    const LD sum = ratio_sum(c.hi - x - 1, [&c, x](std::uint32_t i, LD& num, LD& den) {
+        const std::uint32_t k = x + 1 + i;
+        num = static_cast<LD>(c.r - k) * (c.n - k);
+        den = static_cast<LD>(k + 1) * static_cast<LD>(c.c0 + k + 1);
+    });
     const LD upper = pmf(c, x + 1) * sum;
     return {1 - upper, upper};
 }
