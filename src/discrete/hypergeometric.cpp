@@ -108,10 +108,6 @@ constexpr LD kRefreshFraction = 0.25L;
 // Boost.Math's allowance for rounding error in the quantile: 1 + 50 eps up to
 // the largest count of its exact (prime factorisation) pmf, 1 + 2 N eps above.
 constexpr double kExactFudgeEps = 50.0;
-// Probabilities below this start the quantile search from the same normal
-// deviate (about 37), as the normal quantile of a subnormal P means nothing
-// for a discrete distribution.
-constexpr double kSmallestStartProbability = 1e-300;
 
 // The evaluation needs long double's 64 significant bits (products of two
 // counts exact). On x86 the x87 precision-control field decides how many
@@ -297,9 +293,9 @@ std::uint32_t start_count(const Counts& c, double z) {
     return static_cast<std::uint32_t>(guess);
 }
 
-// Normal deviate of a lower-tail probability 0 < p <= 0.5 (<= 0).
+// Normal deviate of a lower-tail probability 0 < p <= 0.5 (<= 0; about -38.5
+// at the smallest subnormal).
 double lower_deviate(double p) {
-    if (p < kSmallestStartProbability) p = kSmallestStartProbability;
     return -boost::math::constants::root_two<double>() * bm::erfc_inv(2 * p, qcm::ThrowPolicy());
 }
 
