@@ -324,7 +324,7 @@ QCM_OUT_OF_LINE std::uint32_t quantile(const Counts& c, double p, double q) {
                 --x;
             }
         } else {
-            while (cum < p) {  // ends by x = hi, where cum = 1
+            while (cum < p && x < c.hi) {  // cum = 1 at hi
                 mass *= ratio_up(c, x);
                 cum += mass;
                 ++x;
@@ -345,7 +345,7 @@ QCM_OUT_OF_LINE std::uint32_t quantile(const Counts& c, double p, double q) {
         }
     } else {
         LD fresh = tail;
-        while (tail > q) {  // ends by x = hi, where the tail is 0
+        while (tail > q && x < c.hi) {  // the tail is 0 at hi
             mass *= ratio_up(c, x);
             ++x;
             tail -= mass;
