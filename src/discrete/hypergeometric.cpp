@@ -4,8 +4,9 @@
 // HypergeometricPDF, HypergeometricCDF, HypergeometricICDF under the throwing
 // policy. The counts arrive as doubles and are narrowed here; Boost.Math's
 // hypergeometric_distribution checks r <= N before n <= N, and Boost.Math's
-// own checks of x and P run in front of every evaluation, so each rejection
-// keeps Boost's function text and reason. The probabilities are evaluated
+// checks of x and P run in front of every evaluation (that of the support of
+// x restated here without its signed overflow), so each rejection keeps
+// Boost's function text, reason and bounds. The probabilities are evaluated
 // here, in time that does not grow with the counts beyond their standard
 // deviation:
 // - pmf: Loader's saddle-point method (C. Loader, "Fast and accurate
@@ -361,8 +362,13 @@ Hypergeometric make_distribution(double r, double n, double N) {
 }
 
 // Boost.Math's checks of the random variable of pdf and cdf, in its order
-// (an integer, the parameters, inside its support test); false after a
-// domain error, with *result what the policy returned.
+// and with its texts: an integer (Boost's own conversion, which clamps
+// beyond the int range, so larger x fail here), the parameters, then the
+// support. Boost forms the lower end n + r - N as a difference of two
+// 32-bit ints, which wraps near 2^32 (an overflow of signed arithmetic, so
+// undefined in C++): that wrapped bound is formed here in unsigned
+// arithmetic, giving what the hardware gives Boost. False after a domain
+// error, with *result what the policy returned.
 bool check_x(const Hypergeometric& dist, double x, const char* function, std::uint32_t* count, double* result) {
     unsigned u = bm::itrunc(x, TruncPolicy());
     if (u != x) {
@@ -370,7 +376,19 @@ bool check_x(const Hypergeometric& dist, double x, const char* function, std::ui
             function, "Random variable out of range: must be an integer but got %1%", x, HyperPolicy());
         return false;
     }
-    if (!dist.check_params(function, result) || !dist.check_x(u, function, result)) return false;
+    if (!dist.check_params(function, result)) return false;
+    const std::uint32_t r = dist.defective(), n = dist.sample_count(), N = dist.total();
+    const auto wrapped = static_cast<std::int32_t>(n + r - N);  // modulo 2^32, read as int
+    if (u < static_cast<std::uint32_t>(wrapped > 0 ? wrapped : 0)) {
+        *result = bmp::raise_domain_error<double>(
+            function, "Random variable out of range: must be > 0 and > m + r - N but got %1%", u, HyperPolicy());
+        return false;
+    }
+    if (u > (r < n ? r : n)) {
+        *result = bmp::raise_domain_error<double>(
+            function, "Random variable out of range: must be less than both n and r but got %1%", u, HyperPolicy());
+        return false;
+    }
     *count = u;
     return true;
 }
