@@ -230,6 +230,7 @@ LD ratio_up(const Counts& c, std::uint32_t k) {
 struct Tails {
     LD lower;  // P(X <= x)
     LD upper;  // P(X > x)
+    LD mass;   // P(X = x)
 };
 
 // 1 + a(0) + a(0) a(1) + ... + a(0)...a(steps - 1), a(i) = num / den as
@@ -261,7 +262,7 @@ LD ratio_sum(std::uint32_t steps, Step step) {
 // Both tails at x, lo <= x <= hi, lo < hi: the one on the near side of the
 // mean summed, the other its complement.
 QCM_OUT_OF_LINE Tails tails(const Counts& c, std::uint32_t x) {
-    if (x == c.hi) return {1, 0};
+    if (x == c.hi) return {1, 0, pmf(c, x)};
     if (static_cast<LD>(x) * c.N < static_cast<LD>(c.r) * c.n) {
         // f(k - 1) / f(k) = k (c0 + k) / ((r - k + 1) (n - k + 1)), k = x, x - 1, ..., lo + 1
         const LD sum = ratio_sum(x - c.lo, [&c, x](std::uint32_t i, LD& num, LD& den) {
@@ -269,8 +270,8 @@ QCM_OUT_OF_LINE Tails tails(const Counts& c, std::uint32_t x) {
             num = static_cast<LD>(k) * static_cast<LD>(c.c0 + k);
             den = static_cast<LD>(c.r - k + 1) * (c.n - k + 1);
         });
-        const LD lower = pmf(c, x) * sum;
-        return {lower, 1 - lower};
+        const LD mass = pmf(c, x);
+        return {mass * sum, 1 - mass * sum, mass};
     }
     // f(k + 1) / f(k) = (r - k) (n - k) / ((k + 1) (c0 + k + 1)), k = x + 1, ..., hi - 1
     const LD sum = ratio_sum(c.hi - x - 1, [&c, x](std::uint32_t i, LD& num, LD& den) {
@@ -278,8 +279,8 @@ QCM_OUT_OF_LINE Tails tails(const Counts& c, std::uint32_t x) {
         num = static_cast<LD>(c.r - k) * (c.n - k);
         den = static_cast<LD>(k + 1) * static_cast<LD>(c.c0 + k + 1);
     });
-    const LD upper = pmf(c, x + 1) * sum;
-    return {1 - upper, upper};
+    const LD next = pmf(c, x + 1);
+    return {1 - next * sum, next * sum, next / ratio_up(c, x)};
 }
 
 // Cornish-Fisher start for the count at normal deviate z, inside lo..hi.
@@ -313,7 +314,8 @@ QCM_OUT_OF_LINE std::uint32_t quantile(const Counts& c, double p, double q) {
     if (p <= 0.5) {
         if (p == 0) return c.lo;
         std::uint32_t x = start_count(c, lower_deviate(p));
-        LD cum = tails(c, x).lower, mass = pmf(c, x);
+        const Tails t = tails(c, x);
+        LD cum = t.lower, mass = t.mass;
         if (cum >= p) {
             LD fresh = cum;
             while (x > c.lo) {
@@ -336,8 +338,8 @@ QCM_OUT_OF_LINE std::uint32_t quantile(const Counts& c, double p, double q) {
     }
     if (q == 0) return c.hi;
     std::uint32_t x = start_count(c, -lower_deviate(q));
-    Tails t = tails(c, x);
-    LD tail = t.upper, mass = pmf(c, x);
+    const Tails t = tails(c, x);
+    LD tail = t.upper, mass = t.mass;
     if (tail <= q) {
         while (x > c.lo && tail + mass <= q) {
             tail += mass;
@@ -418,9 +420,9 @@ double HypergeometricCDF(double x, double r, double n, double N, qcm_flag upper)
     std::uint32_t k = 0;
     if (!check_x(dist, x, kCdfFunction, &k, &result)) return result;
     const Counts c = counts_of(dist);
-    Tails t{0, 1};
+    Tails t{0, 1, 0};
     if (c.lo == c.hi) {
-        t = {1, 0};
+        t = {1, 0, 1};
     } else if (k >= c.lo) {
         ExtendedPrecision precision;
         t = tails(c, k);
