@@ -1,6 +1,8 @@
 // Binomial and hypergeometric exports: reference tables (exact rational sums
-// and 50-digit Clopper-Pearson roots from tests/data/gen_discrete.py), the
+// and 50-digit Clopper-Pearson roots from tests/data/gen_discrete.py, 50-digit
+// hypergeometric values at large counts from gen_hypergeometric_large.py), the
 // identities between pmf, cdf and quantile, and the error contract.
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -42,8 +44,10 @@ double call(const ReferenceRow& row) {
 // through the incomplete beta function (its derivative for the pmf), whose
 // error grows with n: measured at most 237 eps (pmf) and 156 eps (cdf), both
 // at n = 1000 about 15 standard deviations out, so 1e-13 (450 eps). The
-// hypergeometric pmf comes from prime factorisations and the cdf from a
-// recurrence summed term by term: measured at most 12 eps, so 1e-14 (45 eps).
+// hypergeometric pmf is Loader's saddle-point form carried in 64-bit
+// significands and the cdf a tail sum in the same precision: measured at most
+// 0.85 eps (pmf) and 0.99 eps (cdf) against the exact sums up to N = 10000,
+// 0.6 and 1.0 eps against mpmath up to N = 2^32 - 1, so 1e-15 (4.5 eps).
 // The Clopper-Pearson bounds are incomplete-beta inverses: measured at most
 // 10 eps, so 1e-14. Quantiles are counts and must match exactly.
 struct Tolerance {
@@ -54,8 +58,8 @@ const Tolerance kTolerances[] = {
     {"BinomialPDF", 1e-13},        // measured 237 eps
     {"BinomialCDF", 1e-13},        // measured 156 eps
     {"BinomialPS", 1e-14},         // measured 10 eps
-    {"HypergeometricPDF", 1e-14},  // measured 10 eps
-    {"HypergeometricCDF", 1e-14},  // measured 12 eps
+    {"HypergeometricPDF", 1e-15},  // measured 0.85 eps
+    {"HypergeometricCDF", 1e-15},  // measured 1.0 eps
     {"BinomialICDF", 0.0},         // exact counts
     {"HypergeometricICDF", 0.0},   // exact counts
 };
@@ -88,6 +92,8 @@ void check_table(const char* file) {
 TEST(DiscreteReference, BinomialExactSumsQuantilesAndClopperPearson) { check_table("discrete_binomial.csv"); }
 
 TEST(DiscreteReference, HypergeometricExactSumsAndQuantiles) { check_table("discrete_hypergeometric.csv"); }
+
+TEST(DiscreteReference, HypergeometricLargeCounts) { check_table("discrete_hypergeometric_large.csv"); }
 
 // ------------------------------------------------------------ identities
 
@@ -177,6 +183,42 @@ TEST(DiscreteIdentities, RoundingSelectorsDifferByAtMostOne) {
                 double up = BinomialICDF(P, c.n, c.p, upper, 7);  // any non-zero selects rounding up
                 EXPECT_LE(down, up) << c.n << " " << c.p << " " << P << " " << int(upper);
                 EXPECT_LE(up - down, 1.0) << c.n << " " << c.p << " " << P << " " << int(upper);
+            }
+        }
+    }
+}
+
+// At counts up to 2^32 - 1 (standard deviations up to 16384): the two tails
+// add to 1, the step of the cdf at x is the pmf, and a probability inside
+// that step comes back as x from the tail that holds it.
+struct LargeHyperCase {
+    double r, n, N;  // as passed; negative counts wrap to 2^32 + count
+    double mean, sd;
+};
+const LargeHyperCase kLargeHyperCases[] = {
+    {1234567, 7654321, 1e7, 945003.7, 397.1},
+    {2147483648.0, 2147483648.0, 4294967295.0, 1073741824.25, 16384.0},
+    {-2e9, -3e9, -1, 691938826.9, 14101.4},
+};
+
+TEST(DiscreteIdentities, HypergeometricLargeCountsStepsAndTails) {
+    for (const LargeHyperCase& c : kLargeHyperCases) {
+        for (double k : {-8.0, -2.0, 0.0, 1.0, 6.0}) {
+            const double x = std::round(c.mean + k * c.sd);
+            const double mass = HypergeometricPDF(x, c.r, c.n, c.N);
+            const double lower = HypergeometricCDF(x, c.r, c.n, c.N, 0);
+            const double upper = HypergeometricCDF(x, c.r, c.n, c.N, 1);
+            EXPECT_NEAR(lower + upper, 1.0, 4 * kEps) << c.N << " " << x;
+            // the step from the smaller side: each tail is good to a few eps of itself
+            const double step = k < 0 ? lower - HypergeometricCDF(x - 1, c.r, c.n, c.N, 0)
+                                      : HypergeometricCDF(x - 1, c.r, c.n, c.N, 1) - upper;
+            EXPECT_LE(relative_error(step, mass), 16 * kEps * std::min(lower, upper) / mass) << c.N << " " << x;
+            // (a step of 1e-16 next to 1 has no double inside it)
+            if (lower < 0.5) {
+                EXPECT_EQ(HypergeometricICDF(lower - mass / 2, c.r, c.n, c.N, 0), x) << c.N << " " << x;
+            }
+            if (upper < 0.5) {
+                EXPECT_EQ(HypergeometricICDF(upper + mass / 2, c.r, c.n, c.N, 1), x) << c.N << " " << x;
             }
         }
     }
@@ -288,6 +330,12 @@ const ThrowCase kThrowCases[] = {
     {"P above 1", [] { return HypergeometricICDF(1.5, 10, 8, 30, 0); }, with(kHyperQuantile, kProbability, "1.5")},
     {"P = NaN, upper tail", [] { return HypergeometricICDF(kNaN, 10, 8, 30, 1); },
      with(kHyperQuantileC, kProbability, "nan")},
+    // Boost's support check forms n + r - N in 32-bit int: at N = 4e9 and
+    // n = r = 1000 it comes out as 294969296 and rejects the whole support.
+    {"wrapped lower bound, N = 4e9", [] { return HypergeometricPDF(0, 1000, 1000, 4e9); },
+     kHyperPdf + "Random variable out of range: must be > 0 and > m + r - N but got 0"},
+    {"x beyond the int range", [] { return HypergeometricCDF(3e9, 4e9, 4e9, 4e9, 0); },
+     kHyperCdf + "Random variable out of range: must be an integer but got 3000000000"},
 };
 
 TEST(DiscreteContract, InvalidArgumentsThrowTheirExactMessages) {
@@ -319,6 +367,13 @@ const ValueCase kValueCases[] = {
     {"n = N is accepted", [] { return HypergeometricCDF(10, 10, 30, 30, 0); }, 1.0},
     {"upper tail is P(X > x)", [] { return HypergeometricCDF(5, 5, 5, 10, 1); }, 0.0},
     {"P = 0 gives the lower end of the support", [] { return HypergeometricICDF(0, 25, 8, 30, 0); }, 3.0},
+    // where Boost's wrapped bound lets x below the true support n + r - N through
+    {"x below a wrapped support", [] { return HypergeometricPDF(5, 4e9 - 10, 4e9 - 10, 4e9); }, 0.0},
+    {"upper tail below a wrapped support", [] { return HypergeometricCDF(5, 4e9 - 10, 4e9 - 10, 4e9, 1); }, 1.0},
+    // -2, -3, -1 are 2^32 - 2, 2^32 - 3, 2^32 - 1: support 2^32 - 4 .. 2^32 - 3,
+    // P(X = 2^32 - 3) = 2 / (2^32 - 1)
+    {"P = 1 gives the upper end", [] { return HypergeometricICDF(1, -2, -3, -1, 0); }, 4294967293.0},
+    {"median of wrapped counts", [] { return HypergeometricICDF(0.5, -2, -3, -1, 1); }, 4294967292.0},
 };
 
 TEST(DiscreteContract, BoundaryArgumentsGiveTheirValues) {
