@@ -1,0 +1,209 @@
+// The inverse of the regularized incomplete beta function, shared by the four
+// inverse beta exports and the beta and F quantiles.
+//
+// Boost.Math's ibeta_inv (Temme's initial estimates refined by Halley
+// iteration) is used wherever it is reliable, unchanged. It is not reliable
+// in three regions, which are handled here:
+//  - a tail probability below 1e-90 (or denormal): the iteration runs out of
+//    steps or stops far from the root, and its root finder raises
+//    evaluation_error under Boost's default throwing policy whatever policy
+//    it was given ("Range arguments in wrong order", "no root to be found").
+//  - a shape of 1e20 or more: the same throws, and iterations whose every
+//    step sums a continued fraction of ~sqrt(a) terms (seconds per call).
+//  - wherever Boost itself reports an exhausted iteration (EDOM).
+// In the first and third the root is found by solve_in_log_space below; in
+// the second by the large-shape limits of the beta distribution.
+#include "special/inverse_beta.hpp"
+
+#include <boost/math/special_functions/beta.hpp>
+#include <boost/math/special_functions/erf.hpp>
+#include <boost/math/special_functions/gamma.hpp>
+#include <cerrno>
+#include <cmath>
+#include <limits>
+
+#include "conventions.hpp"
+
+namespace qcm {
+namespace {
+
+constexpr double kTailLimit = 1e-90;
+constexpr double kLargeShape = 1e20;
+// Below this ratio of the shapes the larger one acts as a gamma scale.
+constexpr double kGammaLimitRatio = 1e-12;
+constexpr int kMaxSteps = 200;
+constexpr double kEps = std::numeric_limits<double>::epsilon();
+constexpr double kTiny = std::numeric_limits<double>::denorm_min();
+constexpr const char* kName = "boost::math::ibeta_inv<%1%>(%1%,%1%,%1%)";
+
+// One of the four ways to write the equation: the unknown v is x or
+// y = 1 - x, and the target is the lower tail p = I_x(a, b) or the upper
+// tail q = 1 - I_x(a, b). The smaller tail is always the target (it carries
+// the input's digits) and v is taken on the side where the root is <= 1/2,
+// so that both v and 1 - v come out to full relative accuracy.
+struct Equation {
+    double a, b;
+    bool unknown_is_x;
+    bool target_is_p;
+    double target;
+
+    // The target's tail probability at v.
+    double tail(double v) const {
+        if (unknown_is_x)
+            return target_is_p ? boost::math::ibeta(a, b, v, ErrnoPolicy())
+                               : boost::math::ibetac(a, b, v, ErrnoPolicy());
+        return target_is_p ? boost::math::ibetac(b, a, v, ErrnoPolicy()) : boost::math::ibeta(b, a, v, ErrnoPolicy());
+    }
+    // |d tail / dv|.
+    double slope(double v) const {
+        return unknown_is_x ? boost::math::ibeta_derivative(a, b, v, ErrnoPolicy())
+                            : boost::math::ibeta_derivative(b, a, v, ErrnoPolicy());
+    }
+    bool increasing() const { return unknown_is_x == target_is_p; }
+    // Shape of the unknown's own lower tail: I_v(c, .) ~ v^c / (c B(a, b)).
+    double shape() const { return unknown_is_x ? a : b; }
+};
+
+// ln B(a, b), only for a starting point.
+double log_beta(double a, double b) {
+    const double beta = boost::math::beta(a, b, ErrnoPolicy());
+    if (beta > 0 && beta <= std::numeric_limits<double>::max()) return std::log(beta);
+    return boost::math::lgamma(a, ErrnoPolicy()) + boost::math::lgamma(b, ErrnoPolicy()) -
+           boost::math::lgamma(a + b, ErrnoPolicy());
+}
+
+// Geometric midpoint of [lo, hi], lo = 0 standing for the smallest denormal.
+double log_midpoint(double lo, double hi) { return std::exp(0.5 * (std::log(lo > kTiny ? lo : kTiny) + std::log(hi))); }
+
+// Newton's method on g(v) = ln tail(v) - ln target (sign chosen so that g
+// increases with v) taken as a step in ln v, v <- v exp(-g / (v g'(v))),
+// inside a bracket [lo, hi] in (0, 1/2] that every evaluation narrows; a
+// step leaving the bracket, or an evaluation that underflows or fails, is
+// replaced by bisection in ln v. Near the far tail g is nearly linear in
+// ln v (tail ~ v^c), so Newton converges in a few steps from the leading
+// term; bisection alone needs at most ~64 halvings of [ln 4.9e-324, ln 0.5].
+// Returns false when the step limit ran out (v then holds the value reached).
+bool solve_in_log_space(const Equation& eq, double& v) {
+    const double log_target = std::log(eq.target);
+    const double sign = eq.increasing() ? 1.0 : -1.0;
+    double lo = 0, hi = 0.5;
+    const double c = eq.shape();
+    const double start = eq.increasing() ? (log_target + std::log(c) + log_beta(eq.a, eq.b)) / c : std::log(0.25);
+    v = start < std::log(0.5) ? std::exp(start) : 0.25;
+    if (!(v > 0)) v = kTiny;
+    for (int step = 0; step < kMaxSteps; ++step) {
+        const double f = eq.tail(v);
+        const double g = sign * (std::log(f) - log_target);
+        if (g == 0) return true;
+        if (g > 0 || qcm::is_nan(g))
+            hi = v;
+        else
+            lo = v;
+        if (hi <= kTiny) {  // the root lies below the smallest denormal
+            v = 0;
+            return true;
+        }
+        const double dlog = -g * f / (v * eq.slope(v));
+        double next = std::fabs(dlog) < 1e-3 ? v + v * std::expm1(dlog) : v * std::exp(dlog);
+        if (!(next > lo && next < hi)) next = log_midpoint(lo, hi);
+        if (std::fabs(next - v) <= 2 * kEps * next || hi - lo <= 2 * kEps * hi) {
+            v = next;
+            return true;
+        }
+        v = next;
+    }
+    return false;
+}
+
+// x (returned) and y = 1 - x with I_x(a, b) = p, 1 - I_x(a, b) = q, where
+// 0 < p, q < 1.
+double solve(double a, double b, double p, double q, double& y) {
+    Equation eq{a, b, true, p <= q, p <= q ? p : q};
+    // Which side of 1/2 the root is on: the tail at x = 1/2 against the target.
+    const double half = eq.tail(0.5);
+    if (eq.increasing() ? eq.target > half : eq.target < half) eq.unknown_is_x = false;
+    const int saved = reported_errno();
+    double v = 0;
+    const bool converged = solve_in_log_space(eq, v);
+    reported_errno() = saved;  // what Boost recorded along the way was handled here
+    const double w = 1 - v;    // exact rounding: v <= 1/2
+    double x = eq.unknown_is_x ? v : w;
+    y = eq.unknown_is_x ? w : v;
+    if (!converged)
+        x = raise_evaluation<ErrnoPolicy>(kName, "Root finding evaluation exceeded %1% iterations, giving up now.", x);
+    return x;
+}
+
+// Standard normal quantile of the smaller tail t (negative: lower tail).
+double normal_quantile_lower(double t) { return -std::sqrt(2.0) * boost::math::erfc_inv(2 * t, ErrnoPolicy()); }
+
+// A shape of 1e20 or more. Two limits of Beta(a, b), exact to the rounding
+// of a double in their regions:
+//  - shapes far apart (ratio below 1e-12): with a the smaller, b X tends to
+//    Gamma(a) as b grows, X = G_a / (G_a + G_b) with G_b ~ b, relative error
+//    O(a / b); by symmetry the same on y when b is the smaller;
+//  - otherwise both shapes are at least 1e8: X is normal with the beta mean
+//    and variance to O(1 / (a + b)), with the Cornish-Fisher skewness term.
+double solve_large(double a, double b, double p, double q, double& y) {
+    const int saved = reported_errno();
+    double x;
+    const double small = std::fmin(a, b), large = std::fmax(a, b);
+    if (small < kGammaLimitRatio * large) {
+        // The unknown of the small shape: x when a is smaller, else y.
+        const bool on_x = a <= b;
+        const double pv = on_x ? p : q, qv = on_x ? q : p;  // its lower and upper tails
+        const double g = pv <= qv ? boost::math::gamma_p_inv(small, pv, ErrnoPolicy())
+                                  : boost::math::gamma_q_inv(small, qv, ErrnoPolicy());
+        const double v = g / (g + large), w = large / (g + large);
+        x = on_x ? v : w;
+        y = on_x ? w : v;
+    } else {
+        const double ra = a / large, rb = b / large, r = ra + rb;
+        const double sigma = std::sqrt(ra * rb / r) / (r * std::sqrt(large));
+        const double skew = 2 * (rb - ra) / (std::sqrt(r * ra * rb) * std::sqrt(large));
+        const double z = p <= q ? normal_quantile_lower(p) : -normal_quantile_lower(q);
+        const double shift = sigma * (z + skew * (z * z - 1) / 6);
+        x = ra / r + shift;
+        y = rb / r - shift;
+    }
+    reported_errno() = saved;
+    return x;
+}
+
+}  // namespace
+
+double inverse_beta(double a, double b, double prob, bool complement, double* y) {
+    const double p = complement ? 1 - prob : prob;
+    const double q = complement ? prob : 1 - prob;
+    double ry = 0;
+    if (p > 0 && q > 0) {
+        double rx = 0;
+        bool own = true;
+        if (std::fmax(a, b) >= kLargeShape) {
+            rx = solve_large(a, b, p, q, ry);
+        } else if (std::fmin(p, q) < kTailLimit) {
+            rx = solve(a, b, p, q, ry);
+        } else {
+            own = false;
+        }
+        if (own) {
+            if (y != nullptr) *y = ry;
+            return rx;
+        }
+    }
+    const int saved = reported_errno();
+    reported_errno() = 0;
+    const double rx = complement ? boost::math::ibetac_inv(a, b, prob, y, ErrnoPolicy())
+                                 : boost::math::ibeta_inv(a, b, prob, y, ErrnoPolicy());
+    if (reported_errno() != EDOM) {
+        if (reported_errno() == 0) reported_errno() = saved;
+        return rx;
+    }
+    // Boost's iteration gave up: its x is only the value reached.
+    reported_errno() = saved;
+    const double x = solve(a, b, p, q, ry);
+    if (y != nullptr) *y = ry;
+    return x;
+}
+
+}  // namespace qcm
