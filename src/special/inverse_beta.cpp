@@ -8,11 +8,16 @@
 //    steps or stops far from the root, and its root finder raises
 //    evaluation_error under Boost's default throwing policy whatever policy
 //    it was given ("Range arguments in wrong order", "no root to be found").
-//  - a shape of 1e20 or more: the same throws, and iterations whose every
-//    step sums a continued fraction of ~sqrt(a) terms (seconds per call).
-//  - wherever Boost itself reports an exhausted iteration (EDOM).
-// In the first and third the root is found by solve_in_log_space below; in
-// the second by the large-shape limits of the beta distribution.
+//  - both shapes 1e10 or more: iterations whose every step sums a continued
+//    fraction of ~sqrt(a) terms (up to seconds per call), and the same throws
+//    from 1e19 on.
+//  - shapes more than 1e15 apart: Temme's third estimate brackets its Newton
+//    iteration with an empty interval and throws the same way, even at
+//    ordinary p; a shape below 1e-100 overflows B(a, b) (ERANGE and NaN).
+//  - wherever Boost itself reports an exhausted iteration (EDOM) or an
+//    overflow (ERANGE: its Student's t estimate at b = 1/2 and p near 1).
+// The root is found by solve_in_log_space below, or, for two large shapes,
+// from the large-shape limits of the beta distribution.
 #include "special/inverse_beta.hpp"
 
 #include <boost/math/special_functions/beta.hpp>
@@ -28,9 +33,20 @@ namespace qcm {
 namespace {
 
 constexpr double kTailLimit = 1e-90;
-constexpr double kLargeShape = 1e20;
+constexpr double kLargeShape = 1e10;
+// Below this shape Boost's estimates overflow B(a, b) (ERANGE with a NaN).
+constexpr double kTinyShape = 1e-100;
+// Up to this smaller shape Boost's I_x stays fast and accurate beside a large one.
+constexpr double kSmallBesideLarge = 1000;
+// Error estimate above which the normal limit reports an inexact value (EDOM).
+constexpr double kNormalLimitError = 1e-12;
 // Below this ratio of the shapes the larger one acts as a gamma scale.
 constexpr double kGammaLimitRatio = 1e-12;
+// ... as long as Boost's gamma inverse is quick at the smaller one.
+constexpr double kGammaLimitShape = 1e10;
+// Below this ratio Temme's third initial estimate inside Boost brackets its
+// Newton iteration with an empty interval and throws.
+constexpr double kShapeRatioLimit = 1e-15;
 constexpr int kMaxSteps = 200;
 constexpr double kEps = std::numeric_limits<double>::epsilon();
 constexpr double kTiny = std::numeric_limits<double>::denorm_min();
@@ -91,6 +107,7 @@ bool solve_in_log_space(const Equation& eq, double& v) {
     const double start = eq.increasing() ? (log_target + std::log(c) + log_beta(eq.a, eq.b)) / c : std::log(0.25);
     v = start < std::log(0.5) ? std::exp(start) : 0.25;
     if (!(v > 0)) v = kTiny;
+    double last_step = std::numeric_limits<double>::infinity();
     for (int step = 0; step < kMaxSteps; ++step) {
         const double f = eq.tail(v);
         const double g = sign * (std::log(f) - log_target);
@@ -106,10 +123,16 @@ bool solve_in_log_space(const Equation& eq, double& v) {
         const double dlog = -g * f / (v * eq.slope(v));
         double next = std::fabs(dlog) < 1e-3 ? v + v * std::expm1(dlog) : v * std::exp(dlog);
         if (!(next > lo && next < hi)) next = log_midpoint(lo, hi);
-        if (std::fabs(next - v) <= 2 * kEps * next || hi - lo <= 2 * kEps * hi) {
+        // Done when the step is below the rounding of v, or when steps of a
+        // few ulps stop shrinking: the rounding noise of the function then
+        // decides them, and v is as close as it can tell.
+        const double moved = std::fabs(next - v) / next;
+        const bool noise = moved < 64 * kEps && !(moved < 0.5 * last_step);
+        if (moved <= 2 * kEps || noise || hi - lo <= 2 * kEps * hi) {
             v = next;
             return true;
         }
+        last_step = moved;
         v = next;
     }
     return false;
@@ -137,18 +160,23 @@ double solve(double a, double b, double p, double q, double& y) {
 // Standard normal quantile of the smaller tail t (negative: lower tail).
 double normal_quantile_lower(double t) { return -std::sqrt(2.0) * boost::math::erfc_inv(2 * t, ErrnoPolicy()); }
 
-// A shape of 1e20 or more. Two limits of Beta(a, b), exact to the rounding
-// of a double in their regions:
+// Shapes both large, far apart or tiny. Beside a smaller shape up to 1000,
+// Boost's I_x is fast and accurate and the root is solved for as in the tails. Otherwise two
+// limits of Beta(a, b):
 //  - shapes far apart (ratio below 1e-12): with a the smaller, b X tends to
 //    Gamma(a) as b grows, X = G_a / (G_a + G_b) with G_b ~ b, relative error
 //    O(a / b); by symmetry the same on y when b is the smaller;
-//  - otherwise both shapes are at least 1e8: X is normal with the beta mean
-//    and variance to O(1 / (a + b)), with the Cornish-Fisher skewness term.
+//  - otherwise X is normal with the beta mean and variance to O(1 / (a + b)),
+//    with the Cornish-Fisher skewness term; where the first neglected term
+//    may exceed 1e-12 relative, the value is reported as inexact (EDOM, as
+//    for an iteration that stopped short).
 double solve_large(double a, double b, double p, double q, double& y) {
+    const double small = std::fmin(a, b), large = std::fmax(a, b);
+    if (small <= kSmallBesideLarge) return solve(a, b, p, q, y);
     const int saved = reported_errno();
     double x;
-    const double small = std::fmin(a, b), large = std::fmax(a, b);
-    if (small < kGammaLimitRatio * large) {
+    bool inexact = false;
+    if (small < kGammaLimitRatio * large && small < kGammaLimitShape) {
         // The unknown of the small shape: x when a is smaller, else y.
         const bool on_x = a <= b;
         const double pv = on_x ? p : q, qv = on_x ? q : p;  // its lower and upper tails
@@ -165,8 +193,16 @@ double solve_large(double a, double b, double p, double q, double& y) {
         const double shift = sigma * (z + skew * (z * z - 1) / 6);
         x = ra / r + shift;
         y = rb / r - shift;
+        // The first neglected terms are of the order of sigma (skew z^2)^2 / 36
+        // and of sigma kurtosis |z|^3 / 24, the kurtosis about 6 / (a + b).
+        const double az = std::fabs(z);
+        const double neglected =
+            sigma * (skew * skew * (az * az * az * az + 1) / 36 + (az * az * az + 3 * az) / (4 * r * large));
+        inexact = !(neglected <= kNormalLimitError * std::fmin(x, y));
     }
     reported_errno() = saved;
+    if (inexact)
+        x = raise_evaluation<ErrnoPolicy>(kName, "Root finding evaluation exceeded %1% iterations, giving up now.", x);
     return x;
 }
 
@@ -179,7 +215,8 @@ double inverse_beta(double a, double b, double prob, bool complement, double* y)
     if (p > 0 && q > 0) {
         double rx = 0;
         bool own = true;
-        if (std::fmax(a, b) >= kLargeShape) {
+        if (std::fmin(a, b) >= kLargeShape || std::fmin(a, b) < kShapeRatioLimit * std::fmax(a, b) ||
+            std::fmin(a, b) < kTinyShape) {
             rx = solve_large(a, b, p, q, ry);
         } else if (std::fmin(p, q) < kTailLimit) {
             rx = solve(a, b, p, q, ry);
@@ -195,11 +232,12 @@ double inverse_beta(double a, double b, double prob, bool complement, double* y)
     reported_errno() = 0;
     const double rx = complement ? boost::math::ibetac_inv(a, b, prob, y, ErrnoPolicy())
                                  : boost::math::ibeta_inv(a, b, prob, y, ErrnoPolicy());
-    if (reported_errno() != EDOM) {
-        if (reported_errno() == 0) reported_errno() = saved;
+    if (reported_errno() == 0) {
+        reported_errno() = saved;
         return rx;
     }
-    // Boost's iteration gave up: its x is only the value reached.
+    // Boost's iteration gave up (EDOM, its x is only the value reached), or
+    // an intermediate overflowed (ERANGE, an infinite x).
     reported_errno() = saved;
     const double x = solve(a, b, p, q, ry);
     if (y != nullptr) *y = ry;
