@@ -78,6 +78,28 @@ struct Equation {
     bool increasing() const { return unknown_is_x == target_is_p; }
     // Shape of the unknown's own lower tail: I_v(c, .) ~ v^c / (c B(a, b)).
     double shape() const { return unknown_is_x ? a : b; }
+    double other_shape() const { return unknown_is_x ? b : a; }
+};
+
+// ln I_v(c, d) and d ln I / d ln v from the positive series
+// I_v(c, d) = v^c (1 - v)^d / (c B(c, d)) * sum_n (c + d)_n / (c + 1)_n v^n
+// (Abramowitz & Stegun 26.5.23), for a lower tail below the normal range
+// where Boost's I_v underflows. False when the series converges too slowly
+// to be used.
+struct LogSeries {
+    double c, d, log_beta;
+    bool operator()(double v, double& log_tail, double& log_slope) const {
+        const double ratio = v * (c + d) / (c + 1);
+        if (!(ratio < 0.5)) return false;
+        double sum = 1, term = 1;
+        for (int n = 0; n < 200 && term > kEps * sum; ++n) {
+            term *= (c + d + n) / (c + 1 + n) * v;
+            sum += term;
+        }
+        log_tail = c * std::log(v) + d * std::log1p(-v) - std::log(c) - log_beta + std::log(sum);
+        log_slope = c / ((1 - v) * sum);
+        return true;
+    }
 };
 
 // ln B(a, b), only for a starting point.
@@ -104,13 +126,26 @@ bool solve_in_log_space(const Equation& eq, double& v) {
     const double sign = eq.increasing() ? 1.0 : -1.0;
     double lo = 0, hi = 0.5;
     const double c = eq.shape();
-    const double start = eq.increasing() ? (log_target + std::log(c) + log_beta(eq.a, eq.b)) / c : std::log(0.25);
+    const double lb = log_beta(eq.a, eq.b);
+    const double start = eq.increasing() ? (log_target + std::log(c) + lb) / c : std::log(0.25);
+    // Targets below the normal range (and a little above, where Boost's I_v
+    // has lost bits to gradual underflow) are met in log space.
+    const LogSeries log_series{c, eq.other_shape(), lb};
+    const LogSeries* series = eq.increasing() && eq.target < 0x1p-1000 && qcm::is_finite(lb) ? &log_series : nullptr;
     v = start < std::log(0.5) ? std::exp(start) : 0.25;
     if (!(v > 0)) v = kTiny;
     double last_step = std::numeric_limits<double>::infinity();
     for (int step = 0; step < kMaxSteps; ++step) {
-        const double f = eq.tail(v);
-        const double g = sign * (std::log(f) - log_target);
+        double f = 0, g = 0, dlog = 0;
+        double log_f = 0, log_slope = 0;
+        if (series && (*series)(v, log_f, log_slope)) {
+            g = log_f - log_target;
+            dlog = -g / log_slope;
+        } else {
+            f = eq.tail(v);
+            g = sign * (std::log(f) - log_target);
+            dlog = -g * f / (v * eq.slope(v));
+        }
         if (g == 0) return true;
         if (g > 0 || qcm::is_nan(g))
             hi = v;
@@ -120,7 +155,6 @@ bool solve_in_log_space(const Equation& eq, double& v) {
             v = 0;
             return true;
         }
-        const double dlog = -g * f / (v * eq.slope(v));
         double next = std::fabs(dlog) < 1e-3 ? v + v * std::expm1(dlog) : v * std::exp(dlog);
         if (!(next > lo && next < hi)) next = log_midpoint(lo, hi);
         // Done when the step is below the rounding of v, or when steps of a
