@@ -3,11 +3,12 @@
 //
 // Boost.Math's ibeta_inv (Temme's initial estimates refined by Halley
 // iteration) is used wherever it is reliable, unchanged. It is not reliable
-// in three regions, which are handled here:
-//  - a tail probability below 1e-90 (or denormal): the iteration runs out of
-//    steps or stops far from the root, and its root finder raises
-//    evaluation_error under Boost's default throwing policy whatever policy
-//    it was given ("Range arguments in wrong order", "no root to be found").
+// in these regions, which are handled here:
+//  - a tail probability below 1e-90: the iteration runs out of steps, stops
+//    far from the root (by up to 1e18 ulps) or hangs, and its root finder
+//    raises evaluation_error under Boost's default throwing policy whatever
+//    policy it was given ("Range arguments in wrong order", "no root to be
+//    found", from 1e-200 down even at a = b = 3).
 //  - both shapes 1e10 or more: iterations whose every step sums a continued
 //    fraction of ~sqrt(a) terms (up to seconds per call), and the same throws
 //    from 1e19 on.
@@ -16,8 +17,9 @@
 //    ordinary p; a shape below 1e-100 overflows B(a, b) (ERANGE and NaN).
 //  - wherever Boost itself reports an exhausted iteration (EDOM) or an
 //    overflow (ERANGE: its Student's t estimate at b = 1/2 and p near 1).
-// The root is found by solve_in_log_space below, or, for two large shapes,
-// from the large-shape limits of the beta distribution.
+// The root is found by solve_in_log_space below, finished in the far tail by
+// polish_power_root, or, for two large shapes, from the large-shape limits of
+// the beta distribution. Every path takes a bounded number of evaluations.
 #include "special/inverse_beta.hpp"
 
 #include <boost/math/special_functions/beta.hpp>
@@ -102,7 +104,9 @@ struct LogSeries {
     }
 };
 
-// ln B(a, b), only for a starting point.
+// ln B(a, b), for the starting point and the log-space series. Where B(a, b)
+// itself under- or overflows, the sum of log-gammas cancels digits; only
+// targets below the normal range at such shapes depend on it beyond the start.
 double log_beta(double a, double b) {
     const double beta = boost::math::beta(a, b, ErrnoPolicy());
     if (beta > 0 && beta <= std::numeric_limits<double>::max()) return std::log(beta);
