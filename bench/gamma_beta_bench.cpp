@@ -4,6 +4,7 @@
 
 #include <boost/math/special_functions/beta.hpp>
 #include <boost/math/special_functions/gamma.hpp>
+#include <cmath>
 
 #include "QuillonCoreMath.h"
 #include "boundary/conventions.hpp"
@@ -88,7 +89,23 @@ static void BM_BoostIbetaInv(benchmark::State& state) {
 }
 BENCHMARK(BM_BoostIbetaInv);
 
+// The far lower tail, p from 1e-300 up to 1e-100 (solved by the library's own
+// log-space Newton iteration), at the shapes where Boost gives up.
+static void BM_InverseBetaRegularized2FarTail(benchmark::State& state) {
+    Sweep log10_p{-300, -300, -100, 0.37};
+    double x = 0, y = 0;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(InverseBetaRegularized2(2, 300, std::pow(10.0, log10_p.next()), &x, &y));
+}
+BENCHMARK(BM_InverseBetaRegularized2FarTail);
+
 #ifdef QCM_HAVE_RMATH
+static void BM_RmathQbetaFarTail(benchmark::State& state) {
+    Sweep log10_p{-300, -300, -100, 0.37};
+    for (auto _ : state) benchmark::DoNotOptimize(qbeta(std::pow(10.0, log10_p.next()), 2, 300, 1, 0));
+}
+BENCHMARK(BM_RmathQbetaFarTail);
+
 static void BM_RmathPbeta(benchmark::State& state) {
     Sweep x{0.001, 0.001, 0.999, 0.0007};
     for (auto _ : state) benchmark::DoNotOptimize(pbeta(x.next(), 20.5, 30.25, 1, 0));

@@ -105,13 +105,7 @@ void fuzz_scalar(const qcm::ExportInfo& e, void* fn, Bytes& in) {
     double outs[2] = {0, 0};
     qcm::Outcome r = qcm::capture([&] { return qcm::call_scalar(e.signature, fn, args, outs); });
     std::string why = qcm::contract_violation(e, r);
-    // Known gap: Boost 1.74's Newton iteration raises evaluation_error under
-    // its default throwing policy inside the errno-policy inverse beta, beta
-    // quantile and F quantile (tests/sweep_test.cpp lists the same gap).
-    const bool newton_gap = r.type == "boost::math::evaluation_error" &&
-                            (std::strncmp(e.name, "InverseBetaRegularized", 22) == 0 ||
-                             std::strcmp(e.name, "BetaICDF") == 0 || std::strcmp(e.name, "FisherFICDF") == 0);
-    if (!why.empty() && !newton_gap) fail(e, why);
+    if (!why.empty()) fail(e, why);
 }
 
 // A matrix inside its own buffer, with a consistent descriptor.

@@ -119,12 +119,9 @@ const std::vector<KnownLimit>& known_limits() {
     static const char* t_overflow =
         "Boost's t quantile overflows in an intermediate for a far lower tail at small df (ERANGE, an "
         "infinity; at df = 10 even of the wrong sign)";
-    static const char* ibeta_inv_stops =
-        "Boost's inverse incomplete beta gives up for p far in the tail (EDOM, the value its Newton "
-        "iteration reached)";
-    static const char* ibeta_inv_loose =
-        "Boost's inverse incomplete beta converges loosely for a parameter near 5e5 at p = 1e-300 "
-        "(measured 6.8e7 ulps, 1.5e-8 relative)";
+    static const char* far_tail_large_shape =
+        "at a shape of 5e5 Boost's I_x(a, b) near 1e-300 is itself off by ~3e-6 relative, and the "
+        "inverse finds the root of that function (measured 3.8e7 ulps, 5e-9 relative)";
     static const char* half_half =
         "Boost's complement of the incomplete beta at a = b = 1/2 near 1 (measured 2372 ulps)";
     static const std::vector<KnownLimit> list = {
@@ -134,14 +131,8 @@ const std::vector<KnownLimit>& known_limits() {
         {"StudentTICDF", {1e-300, 3, 1}, ERANGE, 0, t_overflow},
         {"StudentTICDF", {1e-300, 10, 0}, ERANGE, 0, t_overflow},
         {"StudentTICDF", {1e-300, 10, 1}, ERANGE, 0, t_overflow},
-        {"BetaICDF", {1e-300, 2, 5, 0}, EDOM, 0, ibeta_inv_stops},
-        {"BetaICDF", {1e-100, 2, 5, 0}, EDOM, 0, ibeta_inv_stops},
-        {"FisherFICDF", {1e-300, 1e6, 10, 1}, EDOM, 0, ibeta_inv_stops},
-        {"FisherFICDF", {1e-100, 1e6, 10, 1}, EDOM, 0, ibeta_inv_stops},
-        {"FisherFICDF", {1e-300, 10, 1e6, 0}, EDOM, 0, ibeta_inv_stops},
-        {"FisherFICDF", {1e-100, 10, 1e6, 0}, EDOM, 0, ibeta_inv_stops},
-        {"FisherFICDF", {1e-300, 1e6, 10, 0}, 0, 1.4e8, ibeta_inv_loose},
-        {"FisherFICDF", {1e-300, 10, 1e6, 1}, 0, 1.4e8, ibeta_inv_loose},
+        {"FisherFICDF", {1e-300, 1e6, 10, 0}, 0, 7.5e7, far_tail_large_shape},
+        {"FisherFICDF", {1e-300, 10, 1e6, 1}, 0, 7.5e7, far_tail_large_shape},
         {"BetaCDF", {1e-10, 0.5, 0.5, 1}, 0, 4096, half_half},
         {"FisherFCDF", {1e6, 1, 1, 0}, 0, 4096, half_half},
     };

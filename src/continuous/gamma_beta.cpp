@@ -7,13 +7,15 @@
 // failure returns NaN with EDOM. Boost evaluates through the regularised
 // incomplete gamma and beta functions and their inverses (DiDonato and Morris,
 // ACM TOMS 12 (1986) 377-393 and 18 (1992) 360-373). The upper tail is always
-// Boost's complement evaluation, never one minus the lower tail.
+// Boost's complement evaluation, never one minus the lower tail. The beta
+// quantile is Boost's, over the shared inverse of inverse_beta.hpp.
 #include <boost/math/distributions/beta.hpp>
 #include <boost/math/distributions/gamma.hpp>
 
 #include "QuillonCoreMath.h"
 #include "continuous/parameter_checks.hpp"
 #include "conventions.hpp"
+#include "special/inverse_beta.hpp"
 #include "tails.hpp"
 
 namespace {
@@ -21,6 +23,7 @@ namespace {
 using qcm::ErrnoGuard;
 using qcm::ErrnoPolicy;
 using qcm::continuous::parameters_ok;
+using qcm::continuous::probability_ok;
 using qcm::continuous::rejected;
 
 using GammaDist = boost::math::gamma_distribution<double, ErrnoPolicy>;
@@ -28,6 +31,7 @@ using BetaDist = boost::math::beta_distribution<double, ErrnoPolicy>;
 
 constexpr const char* kGamma = "boost::math::gamma_distribution<%1%>::gamma_distribution";
 constexpr const char* kBeta = "boost::math::beta_distribution<%1%>::beta_distribution";
+constexpr const char* kBetaQuantile = "boost::math::quantile(beta_distribution<%1%> const&, %1%)";
 
 bool gamma_ok(double shape, double scale) {
     return parameters_ok(kGamma, {{scale, "Scale parameter is %1%, but must be > 0 !"},
@@ -79,8 +83,13 @@ double BetaCDF(double x, double alpha, double beta, qcm_flag upper) {
 double BetaICDF(double p, double alpha, double beta, qcm_flag upper) {
     ErrnoGuard guard;
     if (!beta_ok(alpha, beta)) return rejected();
-    BetaDist dist(alpha, beta);
-    return qcm::tail_quantile(dist, p, qcm::flag(upper));
+    // Boost's beta quantile, with the inverse incomplete beta function of
+    // inverse_beta.hpp in place of ibeta_inv / ibetac_inv.
+    if (!probability_ok(kBetaQuantile, p)) return rejected();
+    const bool up = qcm::flag(upper);
+    if (p == (up ? 1.0 : 0.0)) return 0.0;
+    if (p == (up ? 0.0 : 1.0)) return 1.0;
+    return qcm::inverse_beta(alpha, beta, p, up, nullptr);
 }
 
 }  // extern "C"

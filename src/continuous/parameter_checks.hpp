@@ -50,6 +50,16 @@ inline bool parameters_ok(const char* function, std::initializer_list<Parameter>
     return true;
 }
 
+// Boost's probability check of a quantile: p outside [0, 1] or not finite is
+// a domain error (EDOM, NaN) under the errno policy.
+inline bool probability_ok(const char* function, double p) {
+    if (p < 0 || p > 1 || !(p - p == 0.0)) {
+        raise_domain<ErrnoPolicy>(function, "Probability argument is %1%, but must be >= 0 and <= 1 !", p);
+        return false;
+    }
+    return true;
+}
+
 // The value an export returns after a failed parameter check.
 inline double rejected() noexcept { return std::numeric_limits<double>::quiet_NaN(); }
 

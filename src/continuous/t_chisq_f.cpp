@@ -28,6 +28,7 @@
 #include "QuillonCoreMath.h"
 #include "continuous/parameter_checks.hpp"
 #include "conventions.hpp"
+#include "special/inverse_beta.hpp"
 #include "tails.hpp"
 
 namespace {
@@ -35,6 +36,7 @@ namespace {
 using qcm::ErrnoGuard;
 using qcm::ErrnoPolicy;
 using qcm::continuous::parameters_ok;
+using qcm::continuous::probability_ok;
 using qcm::continuous::rejected;
 
 using StudentT = boost::math::students_t_distribution<double, ErrnoPolicy>;
@@ -44,6 +46,7 @@ using FisherF = boost::math::fisher_f_distribution<double, ErrnoPolicy>;
 constexpr const char* kStudentT = "boost::math::students_t_distribution<%1%>::students_t_distribution";
 constexpr const char* kChiSquared = "boost::math::chi_squared_distribution<%1%>::chi_squared_distribution";
 constexpr const char* kFisherF = "boost::math::fisher_f_distribution<%1%>::fisher_f_distribution";
+constexpr const char* kFisherFQuantile = "boost::math::quantile(fisher_f_distribution<%1%> const&, %1%)";
 constexpr const char* kDf = "Degrees of freedom argument is %1%, but must be > 0 !";
 
 bool df_ok(const char* function, double df) { return parameters_ok(function, {{df, kDf}}); }
@@ -110,8 +113,13 @@ double FisherFCDF(double x, double df1, double df2, qcm_flag upper) {
 double FisherFICDF(double p, double df1, double df2, qcm_flag upper) {
     ErrnoGuard guard;
     if (!f_df_ok(df1, df2)) return rejected();
-    FisherF dist(df1, df2);
-    return qcm::tail_quantile(dist, p, qcm::flag(upper));
+    // Boost's F quantile, df2 x / (df1 y) with x = 1 - y the inverse
+    // incomplete beta function at (df1 / 2, df2 / 2), here the shared one of
+    // inverse_beta.hpp.
+    if (!probability_ok(kFisherFQuantile, p)) return rejected();
+    double y = 0;
+    const double x = qcm::inverse_beta(df1 / 2, df2 / 2, p, qcm::flag(upper), &y);
+    return df2 * x / (df1 * y);
 }
 
 }  // extern "C"

@@ -19,12 +19,15 @@
 //  - A NaN argument gives NaN without errno once the argument checks have
 //    run: Boost's incomplete beta routines must not see it, since some of
 //    their branches convert it to an integer and throw, or worse.
+//  - The inverses go through inverse_beta.hpp, which keeps Boost's result
+//    where it is reliable and solves the far tails and huge shapes itself.
 #include <boost/math/special_functions/beta.hpp>
 #include <cmath>
 #include <limits>
 
 #include "QuillonCoreMath.h"
 #include "conventions.hpp"
+#include "special/inverse_beta.hpp"
 
 namespace {
 
@@ -114,7 +117,7 @@ double inverse_direct(double a, double b, double p, double* y) {
     if (!inverse_arguments_valid(a, b, p, kIbetaInvName, kInversePReason)) return kNaN;
     double rx = kNaN;
     double ry = kNaN;
-    if (!any_nan(a, b, p)) rx = boost::math::ibeta_inv(a, b, p, &ry, ErrnoPolicy());
+    if (!any_nan(a, b, p)) rx = qcm::inverse_beta(a, b, p, false, &ry);
     if (y != nullptr) *y = qcm::checked_result<ErrnoPolicy>(ry, kIbetaInvName);
     return qcm::checked_result<ErrnoPolicy>(rx, kIbetaInvName);
 }
@@ -125,7 +128,7 @@ double inverse_complement(double a, double b, double q, double* y) {
     const bool valid = inverse_arguments_valid(a, b, q, kIbetacInvName, kInverseQReason);
     double rx = kNaN;
     double ry = kNaN;
-    if (valid && !any_nan(a, b, q)) rx = boost::math::ibetac_inv(a, b, q, &ry, ErrnoPolicy());
+    if (valid && !any_nan(a, b, q)) rx = qcm::inverse_beta(a, b, q, true, &ry);
     if (y != nullptr) *y = qcm::checked_result<ErrnoPolicy>(ry, kIbetacInvName);
     return qcm::checked_result<ErrnoPolicy>(rx, kIbetacInvName);
 }
