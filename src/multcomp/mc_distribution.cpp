@@ -202,10 +202,14 @@ const MC::FactorGroups& MC::Groups() {
         leader[order[r]] =
             r > 0 && BitsOf(lambda[order[r]]) == BitsOf(lambda[order[r - 1]]) ? leader[order[r - 1]] : order[r];
     groups_.group.assign(n, 0);
+    groups_.leader.assign(n, 0);
+    groups_.shared.assign(n, 0);
     groups_.count = 0;
     groups_.zero_is_final = true;
     for (int j = 0; j < n; ++j) {
+        groups_.leader[j] = leader[j] == j;
         groups_.group[j] = leader[j] == j ? groups_.count++ : groups_.group[leader[j]];
+        if (leader[j] != j) groups_.shared[leader[j]] = 1;
         if (!(std::fabs(lambda[j]) <= DBL_MAX) || !(std::fabs(lambdaScale[j]) <= DBL_MAX))
             groups_.zero_is_final = false;
     }
@@ -285,26 +289,28 @@ std::pair<double, double> TukeyDistribution::QuantileBracket(double alpha) {
 double HsuDistribution::ConditionalCDF(double q, double s) {
     const FactorGroups& groups = Groups();
     factor_.resize(groups.count);
-    done_.resize(groups.count);
     double qs = q * s;
     double r2 = std::sqrt(2.0);
     double sum = 0;
     for (int i = 0; i < kGaussPoints; ++i) {
         double x = GaussHermite48.node[i];
-        std::fill(done_.begin(), done_.end(), 0);
         double prod = 1;
         for (int j = 0; j < k - 1; ++j) {
-            int g = groups.group[j];
-            if (!done_[g]) {
+            // A group's first member comes first in j: its factor is computed
+            // there and read by the later members.
+            double factor;
+            if (groups.leader[j]) {
                 double z = r2 * lambda[j] * x;
                 double c = lambdaScale[j];
                 // 1 - Phi(-(z + qs) c)
                 double y = ((z + qs) * c) / kRootTwo;
                 if (y != y) NormalCdfOfNaNProduct(-(z + qs), c);
-                factor_[g] = UpperComplement(y);
-                done_[g] = 1;
+                factor = UpperComplement(y);
+                if (groups.shared[j]) factor_[groups.group[j]] = factor;
+            } else {
+                factor = factor_[groups.group[j]];
             }
-            prod *= factor_[g];
+            prod *= factor;
             if (prod == 0 && groups.zero_is_final) break;
         }
         sum += prod * GaussHermite48.weight[i];
@@ -323,7 +329,6 @@ double DunnettDistribution::ConditionalCDF(double q, double s) {
     const FactorGroups& groups = Groups();
     factor_.resize(groups.count);
     mirror_.resize(groups.count);
-    done_.resize(groups.count);
     double qs = q * s;
     double r2 = std::sqrt(2.0);
     double term[kGaussPoints];
@@ -331,11 +336,10 @@ double DunnettDistribution::ConditionalCDF(double q, double s) {
         // Node i + 24 is -x: its two normal arguments are the negatives of
         // node i's, in swapped order.
         double x = GaussHermite48.node[i];
-        std::fill(done_.begin(), done_.end(), 0);
         double prod = 1, prod_mirror = 1;
         for (int j = 0; j < k - 1; ++j) {
-            int g = groups.group[j];
-            if (!done_[g]) {
+            double factor, factor_mirror;
+            if (groups.leader[j]) {
                 double z = r2 * lambda[j] * x;
                 double c = lambdaScale[j];
                 // (1 - Phi(-(qs + z) c)) - (1 - Phi(-(z - qs) c))
@@ -346,12 +350,18 @@ double DunnettDistribution::ConditionalCDF(double q, double s) {
                 double u1, u1m, u2, u2m;
                 UpperComplementBoth(y1, u1, u1m);
                 UpperComplementBoth(y2, u2, u2m);
-                factor_[g] = u1 - u2;
-                mirror_[g] = u2m - u1m;
-                done_[g] = 1;
+                factor = u1 - u2;
+                factor_mirror = u2m - u1m;
+                if (groups.shared[j]) {
+                    factor_[groups.group[j]] = factor;
+                    mirror_[groups.group[j]] = factor_mirror;
+                }
+            } else {
+                factor = factor_[groups.group[j]];
+                factor_mirror = mirror_[groups.group[j]];
             }
-            prod *= factor_[g];
-            prod_mirror *= mirror_[g];
+            prod *= factor;
+            prod_mirror *= factor_mirror;
             if (prod == 0 && prod_mirror == 0 && groups.zero_is_final) break;
         }
         term[i] = prod;

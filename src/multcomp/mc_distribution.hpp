@@ -80,8 +80,10 @@ protected:
     // with the same lambda bits, so each group is evaluated once per node
     // (at its first member, where a direct evaluation would first meet it).
     struct FactorGroups {
-        std::vector<int> group;  // group of factor j, in order of first appearance
-        int count = 0;           // number of groups
+        std::vector<int> group;    // group of factor j, numbered in order of first appearance
+        std::vector<char> leader;  // j is the first member of its group
+        std::vector<char> shared;  // j is a first member with later members
+        int count = 0;             // number of groups
         // Every lambda_j and scale c_j of the product is finite: no factor can
         // be NaN, so a product that has reached exactly 0 stays 0 (up to its
         // sign, which adding it to the positive-started sum cannot show).
@@ -129,8 +131,7 @@ public:
     std::pair<double, double> QuantileBracket(double alpha) override;
 
 private:
-    std::vector<double> factor_;  // per group, for the current node
-    std::vector<char> done_;      // whether factor_ is set for the current node
+    std::vector<double> factor_;  // per shared group, for the current node
 };
 
 // k - 1 two-sided comparisons with a control; reads lambda[0 .. k-2].
@@ -141,8 +142,7 @@ public:
     std::pair<double, double> QuantileBracket(double alpha) override;
 
 private:
-    std::vector<double> factor_, mirror_;  // per group, for the current node pair
-    std::vector<char> done_;               // whether they are set for the current pair
+    std::vector<double> factor_, mirror_;  // per shared group, for the current node pair
 };
 
 }  // namespace multcomp
