@@ -104,10 +104,11 @@ void RegisterRows() {
         [] { return NormalICDF(1e-300, 0, 1, 0); });
     Row("Normal/ErfC(26.5)", "last erfc interval before underflow to 0", [] { return ErfC(26.5); });
 
-    // ---- Gamma functions: at a = x = 1e50 the incomplete gamma series runs
-    // to its limit of 1e6 terms (value reached, EDOM); the regularized forms
-    // at 1e300 do the same and then throw evaluation_error.
-    Row("Gamma/IncompleteGammaLower(1e50,1e50(1+1e-8))", "series to its 1e6-term limit",
+    // ---- Gamma functions: near a = x the incomplete gamma needs its longest
+    // series; at a = 1e50 the non-regularized result then overflows (+inf,
+    // ERANGE), and the regularized forms at 1e300 run the series to its limit
+    // of 1e6 terms and throw evaluation_error.
+    Row("Gamma/IncompleteGammaLower(1e50,1e50(1+1e-8))", "longest series of the grid; the result overflows (ERANGE)",
         [] { return IncompleteGammaLower(1e50, 1.00000001e50); });
     Row("Gamma/GammaRegularizedC(1e300,1e300(1+1e-8))", "series to its term limit, then evaluation_error",
         [] { return GammaRegularizedC(1e300, 1.00000001e300); });

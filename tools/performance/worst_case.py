@@ -37,8 +37,8 @@ NOTES = """
 - `KolmogorovICDF` in the far upper tail near n = 2e5: every step of the root search sums
   Smirnov's series over about 1e5 terms (an exp, two logs and a log1p series each).
 - The hypergeometric rows finish in microseconds at these counts only because the present
-  evaluation gives up early there (the upper tail is 1, the quantile throws); that
-  evaluation is being replaced.
+  evaluation goes wrong there (the probability at the mode is 0, the upper tail 1, the
+  quantile throws); that evaluation is being replaced.
 """
 UNIT_MS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}
 
