@@ -93,6 +93,36 @@ void BM_MCcICDF_Unequal(benchmark::State& state) {
 }
 BENCHMARK(BM_MCcICDF_Unequal)->Args({5, 10})->Args({5, 120})->Unit(benchmark::kMicrosecond);
 
+// Hsu and Dunnett probabilities at k = 5, 20, 200 means for three designs of
+// correlation factors: all equal (a balanced design), four values repeating
+// (0.2, 0.35, 0.5, 0.65, ...), and all distinct.
+std::vector<double> Design(int design) {
+    std::vector<double> l(200);
+    for (int j = 0; j < 200; ++j)
+        l[j] = design == 0 ? kRootHalf : design == 1 ? 0.2 + 0.15 * (j % 4) : 0.01 + 0.29 * j / 200;
+    return l;
+}
+
+void DesignArgs(benchmark::internal::Benchmark* b) {
+    for (int design : {0, 1, 2})
+        for (int k : {5, 20, 200}) b->Args({design, k});
+    b->ArgNames({"design", "k"});
+}
+
+void BM_MCbCDF_Design(benchmark::State& state) {
+    std::vector<double> lambda = Design(static_cast<int>(state.range(0)));
+    int k = static_cast<int>(state.range(1));
+    for (auto _ : state) benchmark::DoNotOptimize(MCbCDF(2.5, k, 10, lambda.data(), 0));
+}
+BENCHMARK(BM_MCbCDF_Design)->Apply(DesignArgs)->Unit(benchmark::kMicrosecond);
+
+void BM_MCcCDF_Design(benchmark::State& state) {
+    std::vector<double> lambda = Design(static_cast<int>(state.range(0)));
+    int k = static_cast<int>(state.range(1));
+    for (auto _ : state) benchmark::DoNotOptimize(MCcCDF(2.5, k, 10, lambda.data(), 0));
+}
+BENCHMARK(BM_MCcCDF_Design)->Apply(DesignArgs)->Unit(benchmark::kMicrosecond);
+
 }  // namespace
 
 BENCHMARK_MAIN();

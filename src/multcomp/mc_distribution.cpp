@@ -17,10 +17,14 @@
 // computes it, erfc(-(v / sqrt 2)) / 2. The Hermite nodes come in exact +/-
 // pairs, and Boost's erfc of a negative argument is composed from the same
 // evaluation as that of its magnitude, so the Dunnett sum gets both members
-// of a pair from two erfc evaluations instead of four. Consecutive equal
-// correlation factors give equal factors, which are computed once.
+// of a pair from two erfc evaluations instead of four. Equal correlation
+// factors give equal factors, which are computed once per node, and a product
+// that has reached exactly 0 is left at 0: the factors are multiplied in the
+// order j = 0, 1, ... all the same, so the sums keep the bits of the direct
+// evaluation.
 #include "multcomp/mc_distribution.hpp"
 
+#include <algorithm>
 #include <boost/math/constants/constants.hpp>
 #include <boost/math/distributions/chi_squared.hpp>
 #include <boost/math/distributions/students_t.hpp>
@@ -112,7 +116,11 @@ void UpperComplementBoth(double y, double& at_y, double& at_minus_y) {
     at_minus_y = 1 - em / 2;
 }
 
-bool SameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+std::uint64_t BitsOf(double a) {
+    std::uint64_t b;
+    std::memcpy(&b, &a, sizeof b);
+    return b;
+}
 
 [[noreturn]] void NormalCdfOfNaN(double x) {
     raise_domain<ThrowPolicy>(kNormalCdfName, kNormalCdfReason, x);
@@ -178,6 +186,35 @@ void MC::PrepareStudentizing() {
     }
     width_ = b - a;
     studentizing_ready_ = true;
+}
+
+const MC::FactorGroups& MC::Groups() {
+    if (groups_ready_) return groups_;
+    int n = k > 1 ? k - 1 : 0;
+    // Sort the factor indexes by lambda bits (stable: first member first),
+    // then number the groups in order of their first member.
+    std::vector<int> order(n);
+    for (int j = 0; j < n; ++j) order[j] = j;
+    std::stable_sort(order.begin(), order.end(),
+                     [this](int a, int b) { return BitsOf(lambda[a]) < BitsOf(lambda[b]); });
+    std::vector<int> leader(n);  // first member of the group of j
+    for (int r = 0; r < n; ++r)
+        leader[order[r]] =
+            r > 0 && BitsOf(lambda[order[r]]) == BitsOf(lambda[order[r - 1]]) ? leader[order[r - 1]] : order[r];
+    groups_.group.assign(n, 0);
+    groups_.leader.assign(n, 0);
+    groups_.shared.assign(n, 0);
+    groups_.count = 0;
+    groups_.zero_is_final = true;
+    for (int j = 0; j < n; ++j) {
+        groups_.leader[j] = leader[j] == j;
+        groups_.group[j] = leader[j] == j ? groups_.count++ : groups_.group[leader[j]];
+        if (leader[j] != j) groups_.shared[leader[j]] = 1;
+        if (!(std::fabs(lambda[j]) <= DBL_MAX) || !(std::fabs(lambdaScale[j]) <= DBL_MAX))
+            groups_.zero_is_final = false;
+    }
+    groups_ready_ = true;
+    return groups_;
 }
 
 double MC::CDF(double q) {
@@ -250,23 +287,31 @@ std::pair<double, double> TukeyDistribution::QuantileBracket(double alpha) {
 // Hsu
 
 double HsuDistribution::ConditionalCDF(double q, double s) {
+    const FactorGroups& groups = Groups();
+    factor_.resize(groups.count);
     double qs = q * s;
     double r2 = std::sqrt(2.0);
     double sum = 0;
     for (int i = 0; i < kGaussPoints; ++i) {
         double x = GaussHermite48.node[i];
         double prod = 1;
-        double factor = 1;
         for (int j = 0; j < k - 1; ++j) {
-            if (j == 0 || !SameBits(lambda[j], lambda[j - 1])) {
+            // A group's first member comes first in j: its factor is computed
+            // there and read by the later members.
+            double factor;
+            if (groups.leader[j]) {
                 double z = r2 * lambda[j] * x;
                 double c = lambdaScale[j];
                 // 1 - Phi(-(z + qs) c)
                 double y = ((z + qs) * c) / kRootTwo;
                 if (y != y) NormalCdfOfNaNProduct(-(z + qs), c);
                 factor = UpperComplement(y);
+                if (groups.shared[j]) factor_[groups.group[j]] = factor;
+            } else {
+                factor = factor_[groups.group[j]];
             }
             prod *= factor;
+            if (prod == 0 && groups.zero_is_final) break;
         }
         sum += prod * GaussHermite48.weight[i];
     }
@@ -281,6 +326,9 @@ std::pair<double, double> HsuDistribution::QuantileBracket(double alpha) {
 // Dunnett
 
 double DunnettDistribution::ConditionalCDF(double q, double s) {
+    const FactorGroups& groups = Groups();
+    factor_.resize(groups.count);
+    mirror_.resize(groups.count);
     double qs = q * s;
     double r2 = std::sqrt(2.0);
     double term[kGaussPoints];
@@ -289,9 +337,9 @@ double DunnettDistribution::ConditionalCDF(double q, double s) {
         // node i's, in swapped order.
         double x = GaussHermite48.node[i];
         double prod = 1, prod_mirror = 1;
-        double factor = 1, factor_mirror = 1;
         for (int j = 0; j < k - 1; ++j) {
-            if (j == 0 || !SameBits(lambda[j], lambda[j - 1])) {
+            double factor, factor_mirror;
+            if (groups.leader[j]) {
                 double z = r2 * lambda[j] * x;
                 double c = lambdaScale[j];
                 // (1 - Phi(-(qs + z) c)) - (1 - Phi(-(z - qs) c))
@@ -304,9 +352,17 @@ double DunnettDistribution::ConditionalCDF(double q, double s) {
                 UpperComplementBoth(y2, u2, u2m);
                 factor = u1 - u2;
                 factor_mirror = u2m - u1m;
+                if (groups.shared[j]) {
+                    factor_[groups.group[j]] = factor;
+                    mirror_[groups.group[j]] = factor_mirror;
+                }
+            } else {
+                factor = factor_[groups.group[j]];
+                factor_mirror = mirror_[groups.group[j]];
             }
             prod *= factor;
             prod_mirror *= factor_mirror;
+            if (prod == 0 && prod_mirror == 0 && groups.zero_is_final) break;
         }
         term[i] = prod;
         term[i + kGaussHalf] = prod_mirror;

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "multcomp/gauss_tables.hpp"
 
@@ -74,6 +75,22 @@ protected:
     int k;
     double df;
 
+    // The k - 1 factors of the Hsu and Dunnett products, grouped by equal
+    // correlation factors: factor j of a node equals that of every other j
+    // with the same lambda bits, so each group is evaluated once per node
+    // (at its first member, where a direct evaluation would first meet it).
+    struct FactorGroups {
+        std::vector<int> group;    // group of factor j, numbered in order of first appearance
+        std::vector<char> leader;  // j is the first member of its group
+        std::vector<char> shared;  // j is a first member with later members
+        int count = 0;             // number of groups
+        // Every lambda_j and scale c_j of the product is finite: no factor can
+        // be NaN, so a product that has reached exactly 0 stays 0 (up to its
+        // sign, which adding it to the positive-started sum cannot show).
+        bool zero_is_final = false;
+    };
+    const FactorGroups& Groups();
+
 private:
     void PrepareStudentizing();
 
@@ -83,6 +100,9 @@ private:
     double width_ = 0.0;
     double s_[kGaussPoints] = {};
     double e_[kGaussPoints] = {};
+
+    bool groups_ready_ = false;
+    FactorGroups groups_;
 };
 
 // Studentized range of k means (all pairwise comparisons); reads lambda[0].
@@ -109,6 +129,9 @@ public:
     HsuDistribution(int k, double df, const double* lambda) : MC(k, df, lambda) {}
     double ConditionalCDF(double q, double s) override;
     std::pair<double, double> QuantileBracket(double alpha) override;
+
+private:
+    std::vector<double> factor_;  // per shared group, for the current node
 };
 
 // k - 1 two-sided comparisons with a control; reads lambda[0 .. k-2].
@@ -117,6 +140,9 @@ public:
     DunnettDistribution(int k, double df, const double* lambda) : MC(k, df, lambda) {}
     double ConditionalCDF(double q, double s) override;
     std::pair<double, double> QuantileBracket(double alpha) override;
+
+private:
+    std::vector<double> factor_, mirror_;  // per shared group, for the current node pair
 };
 
 }  // namespace multcomp

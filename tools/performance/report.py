@@ -123,7 +123,8 @@ def main():
     min_time = float(os.environ.get("QCM_BENCH_MIN_TIME", "0.2"))
     rounds = int(os.environ.get("QCM_CALLGRIND_ROUNDS", "50"))
     bench_dir = os.path.join(build, "bench")
-    binaries = sorted(f for f in os.listdir(bench_dir) if f.endswith("_bench") and
+    # worst_case_bench has its own report (scripts/worst-case.sh).
+    binaries = sorted(f for f in os.listdir(bench_dir) if f.endswith("_bench") and f != "worst_case_bench" and
                       os.access(os.path.join(bench_dir, f), os.X_OK))
     side_by_side = OrderedDict()
     others = []
