@@ -12,6 +12,12 @@
 // Upper tails: chi-squared and F use Boost's complement evaluation, so a tiny
 // p-value keeps its digits. Student's t uses its symmetry instead,
 // P(T > x) = P(T <= -x), and the upper quantile is the negated lower one.
+//
+// The F cdf is I_x(a, b) at a = df1 / 2, b = df2 / 2, x / (1 - x) = df1 f / df2.
+// With both halves large it comes from incomplete_beta_large.hpp, at the
+// offset (a + b) x - a = a (f - 1) / (1 + df1 f / df2), which keeps the
+// digits of f - 1 that x itself would round away. (The t cdf stays with
+// Boost: its incomplete beta has a shape of 1/2.)
 #include <boost/math/distributions/chi_squared.hpp>
 // GCC 12 cannot see that the F quantile's inverse incomplete beta always
 // sets its second output once the parameters have passed their checks.
@@ -28,6 +34,7 @@
 #include "QuillonCoreMath.h"
 #include "continuous/parameter_checks.hpp"
 #include "conventions.hpp"
+#include "special/incomplete_beta_large.hpp"
 #include "special/inverse_beta.hpp"
 #include "tails.hpp"
 
@@ -106,6 +113,14 @@ double FisherFPDF(double x, double df1, double df2) {
 double FisherFCDF(double x, double df1, double df2, qcm_flag upper) {
     ErrnoGuard guard;
     if (!f_df_ok(df1, df2)) return rejected();
+    if (qcm::large_beta_shapes(df1 / 2, df2 / 2) && x >= 0 && qcm::is_finite(x)) {
+        const bool up = qcm::flag(upper);
+        const double ratio = x * (df1 / df2);  // x / y of the incomplete beta
+        if (x == 0) return up ? 1.0 : 0.0;
+        if (!qcm::is_finite(ratio)) return up ? 0.0 : 1.0;
+        const double a = df1 / 2;
+        return qcm::ibeta_large_at_offset(a, df2 / 2, 1 / (1 + ratio), a * ((x - 1) / (1 + ratio)), up);
+    }
     FisherF dist(df1, df2);
     return qcm::tail_cdf(dist, x, qcm::flag(upper));
 }
