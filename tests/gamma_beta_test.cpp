@@ -694,6 +694,10 @@ TEST(BetaReference, LargeShapeEdges) {
     EXPECT_LE(ulp_distance(FisherFCDF(1, 1e50, 1e20, false), 0.49999999998119368055), 4);
     EXPECT_LE(ulp_distance(FisherFCDF(1, 1e50, 1e20, true), 0.50000000001880631945), 4);
     EXPECT_EQ(FisherFCDF(1e300, 1e50, 1e20, true), 0.0);
+    // F densities from the closed form at 120 digits in mpmath: the
+    // exponent there is of order 1, so 8 ulps.
+    EXPECT_LE(ulp_distance(FisherFPDF(1, 1e50, 1e20), 2820947917.7387814), 8);
+    EXPECT_LE(ulp_distance(FisherFPDF(1, 1e16, 1e16), 19947114.020071633), 8);
     // The binomial cdf is 1 - I_p(k + 1, n - k). At n = 2^32 - 1, p = 1/2 the
     // lower half of the support holds exactly 1/2; 65536 below the centre
     // (3 sd) mpmath gives 0.022750131929323079972 (the quadrature above).

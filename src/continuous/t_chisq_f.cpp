@@ -16,8 +16,9 @@
 // The F cdf is I_x(a, b) at a = df1 / 2, b = df2 / 2, x / (1 - x) = df1 f / df2.
 // With both halves large it comes from incomplete_beta_large.hpp, at the
 // offset (a + b) x - a = a (f - 1) / (1 + df1 f / df2), which keeps the
-// digits of f - 1 that x itself would round away. (The t cdf stays with
-// Boost: its incomplete beta has a shape of 1/2.)
+// digits of f - 1 that x itself would round away; the density likewise, as
+// the density of t = log(x / (1 - x)) divided by f. (The t distribution
+// stays with Boost: its incomplete beta has a shape of 1/2.)
 #include <boost/math/distributions/chi_squared.hpp>
 // GCC 12 cannot see that the F quantile's inverse incomplete beta always
 // sets its second output once the parameters have passed their checks.
@@ -53,6 +54,7 @@ using FisherF = boost::math::fisher_f_distribution<double, ErrnoPolicy>;
 constexpr const char* kStudentT = "boost::math::students_t_distribution<%1%>::students_t_distribution";
 constexpr const char* kChiSquared = "boost::math::chi_squared_distribution<%1%>::chi_squared_distribution";
 constexpr const char* kFisherF = "boost::math::fisher_f_distribution<%1%>::fisher_f_distribution";
+constexpr const char* kFisherFPdf = "boost::math::pdf(fisher_f_distribution<%1%> const&, %1%)";
 constexpr const char* kFisherFQuantile = "boost::math::quantile(fisher_f_distribution<%1%> const&, %1%)";
 constexpr const char* kDf = "Degrees of freedom argument is %1%, but must be > 0 !";
 
@@ -107,6 +109,13 @@ double ChiSquaredICDF(double p, double df, qcm_flag upper) {
 double FisherFPDF(double x, double df1, double df2) {
     ErrnoGuard guard;
     if (!f_df_ok(df1, df2)) return rejected();
+    if (qcm::large_beta_shapes(df1 / 2, df2 / 2) && x > 0 && qcm::is_finite(x)) {
+        const double ratio = x * (df1 / df2);
+        if (!qcm::is_finite(ratio)) return 0.0;
+        const double a = df1 / 2;
+        const double density = qcm::logit_density_large_at_offset(a, df2 / 2, a * ((x - 1) / (1 + ratio)));
+        return qcm::checked_result<ErrnoPolicy>(density / x, kFisherFPdf);
+    }
     return boost::math::pdf(FisherF(df1, df2), x);
 }
 

@@ -157,14 +157,17 @@ double ibeta_large_at_offset(double a, double b, double y, double n, bool comple
     return tails(a, b, y, n, complement);
 }
 
-double ibeta_derivative_large(double a, double b, double x) {
+double logit_density_large_at_offset(double a, double b, double n) {
     const Shapes sh(a, b);
+    return std::exp(sh.delta - sh.deviances(n / a, -n / b)) / (kSqrtTwoPi * sh.sd);
+}
+
+double ibeta_derivative_large(double a, double b, double x) {
     const Complement c(x);
-    const double n = offset(a, b, x, c);
-    const double density = std::exp(sh.delta - sh.deviances(n / a, -n / b));
+    const double density = logit_density_large_at_offset(a, b, offset(a, b, x, c));
     if (density == 0) return 0;
-    // g(t) / (x y), with dt / dx = 1 / (x y).
-    return density / (kSqrtTwoPi * sh.sd) / x / c.y;
+    // dt / dx = 1 / (x y).
+    return density / x / c.y;
 }
 
 }  // namespace qcm

@@ -25,6 +25,10 @@ double ibeta_large(double a, double b, double x, bool complement);
 // conditioned by n, which a caller can often form more exactly than x.
 double ibeta_large_at_offset(double a, double b, double y, double n, bool complement);
 
+// The density of t = log(x / (1 - x)), x (1 - x) d/dx I_x(a, b), at the
+// point with offset n = (a + b) x - a, for the same shapes. Never overflows.
+double logit_density_large_at_offset(double a, double b, double n);
+
 // d/dx I_x(a, b), the beta density, for the same shapes and 0 < x < 1. May
 // overflow to +infinity (shapes above ~1e308 near the mode); the caller
 // reports that.
