@@ -47,23 +47,24 @@ constexpr int kMaxPanels = 16;
 // is below 1e-22 of the first.
 double stirling_error(double z) { return (1.0 / 12 - 1.0 / (360 * z * z)) / z; }
 
-// bd0(k, k (1 + q)) / k = q - log(1 + q), for q >= -1.
-double deviance_per_unit(double q) {
+// bd0(k, k (1 + q)) = k (q - log(1 + q)), for q >= -1. Near the mode q is
+// of order k^-1/2, so the products are grouped as (k q) q and ((k v) v) v:
+// at shapes near the largest double q^2 alone would lose bits to underflow.
+double deviance(double k, double q) {
     if (std::fabs(q) < kSeriesCut) {
         // log(1 + q) = -2 atanh(v), v = -q / (2 + q), and q + 2 v = -q v.
         const double v = -q / (2 + q);
-        const double v2 = v * v;
-        double sum = -q * v;
-        double power = 2 * v;
+        double sum = -(k * q) * v;
+        double power = 2 * (k * v);  // 2 k v^(2 j + 1)
         for (int j = 1; j < kSeriesTerms; ++j) {
-            power *= v2;
+            power = (power * v) * v;
             const double next = sum + power / (2 * j + 1);
             if (next == sum) break;
             sum = next;
         }
         return sum;
     }
-    return q - std::log1p(q);
+    return k * (q - std::log1p(q));
 }
 
 // The shapes and the quantities of the density that do not depend on x.
@@ -81,7 +82,7 @@ struct Shapes {
           delta(stirling_error(a_ + b_) - stirling_error(a_) - stirling_error(b_)) {}
 
     // H from the relative offsets r x / a - 1 and r y / b - 1.
-    double deviances(double qa, double qb) const { return a * deviance_per_unit(qa) + b * deviance_per_unit(qb); }
+    double deviances(double qa, double qb) const { return deviance(a, qa) + deviance(b, qb); }
 
     // H at u = t - t0, where r x - a = expm1(u) / (e^u / b + 1 / a); written
     // with e^-|u| so that nothing overflows far out.
