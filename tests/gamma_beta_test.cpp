@@ -640,3 +640,70 @@ TEST(BetaReference, InverseFarTails) {
         EXPECT_LE(ulp_distance(quantile, want_x), x_small ? tol : 1 + tol * want_v / want_w);
     }
 }
+
+// I_x(a, b) with both shapes large (beta_large.csv), through BetaRegularized,
+// BetaRegularizedC and BetaCDF, and its derivative through BetaDerivative
+// and BetaPDF. The smaller tail T and the density are exp(-H) times factors
+// of a few ulps, H the deviance (about z^2 / 2 at z standard deviations, and
+// close to |ln T|). H is quadratic in the offset r x - a, which takes three
+// roundings and one more in r x / a - 1, so H is good to 6 ulps and the
+// allowance is 16 + 6 |ln T| ulps (2800, 6e-13, at 30 sd where T ~ 5e-198). The
+// larger tail is 1 - T: 2 ulps plus T's error. The reference is at the exact
+// double x; the conditioning column (up to 1e12) shows why no looser route
+// through 1 - x could meet this.
+TEST(BetaReference, LargeShapes) {
+    const auto rows = qcm_test::load_reference("beta_large.csv");
+    ASSERT_GE(rows.size(), 50u);
+    for (const auto& row : rows) {
+        SCOPED_TRACE("beta_large.csv:" + std::to_string(row.line));
+        const double a = row.args[0], b = row.args[1], x = row.args[2];
+        const double lower = row.args[3], upper = row.args[4], density = row.args[5];
+        const double small = std::min(lower, upper);
+        const double tol_small = 16 + 6 * std::fabs(std::log(small));
+        const auto tol = [&](double want) { return want == small ? tol_small : 2 + tol_small * small / want; };
+        const Outcome lo = capture([&] { return BetaRegularized(a, b, x); });
+        const Outcome up = capture([&] { return BetaRegularizedC(a, b, x); });
+        ASSERT_FALSE(lo.threw || up.threw) << lo.message << up.message;
+        EXPECT_EQ(lo.err, 0);
+        EXPECT_LE(ulp_distance(lo.value, lower), tol(lower)) << "got " << lo.value << " want " << lower;
+        EXPECT_LE(ulp_distance(up.value, upper), tol(upper)) << "got " << up.value << " want " << upper;
+        EXPECT_EQ(qcm_test::bits_of(BetaCDF(x, a, b, false)), qcm_test::bits_of(lo.value));
+        EXPECT_EQ(qcm_test::bits_of(BetaCDF(x, a, b, true)), qcm_test::bits_of(up.value));
+        // The density exp(delta - H) / (s x y) carries the same H.
+        const double slope = BetaDerivative(a, b, x);
+        EXPECT_LE(ulp_distance(slope, density), tol_small) << "got " << slope << " want " << density;
+        EXPECT_EQ(qcm_test::bits_of(BetaPDF(x, a, b)), qcm_test::bits_of(slope));
+    }
+}
+
+// The large-shape path at its edges and through the F and binomial
+// distributions.
+TEST(BetaReference, LargeShapeEdges) {
+    // x = 0 and 1 are exact; one ulp off 1/2 at a = b = 1e100 is 1e34 sd out.
+    EXPECT_EQ(BetaRegularized(1e100, 1e100, 0.0), 0.0);
+    EXPECT_EQ(BetaRegularizedC(1e100, 1e100, 1.0), 0.0);
+    EXPECT_EQ(BetaRegularized(1e100, 1e100, 1.0), 1.0);
+    EXPECT_EQ(BetaRegularized(1e100, 1e100, std::nextafter(0.5, 0.0)), 0.0);
+    EXPECT_EQ(BetaRegularizedC(1e100, 1e100, std::nextafter(0.5, 1.0)), 0.0);
+    EXPECT_EQ(BetaRegularized(1e300, 1e300, 0.5), 0.5);
+    // F(1; 1e50, 1e20) is I_x at a = 5e49, b = 5e19, x / (1 - x) = 1e30, the
+    // mode: mpmath at 90 digits (the quadrature of gen_beta_large.py at the
+    // exact x) gives 0.49999999998119368055 and 0.50000000001880631945. As
+    // x = 1 - 1e-30 cannot be a double, only the F route reaches it.
+    errno = 0;
+    EXPECT_LE(ulp_distance(FisherFCDF(1, 1e50, 1e20, false), 0.49999999998119368055), 4);
+    EXPECT_LE(ulp_distance(FisherFCDF(1, 1e50, 1e20, true), 0.50000000001880631945), 4);
+    EXPECT_EQ(FisherFCDF(1e300, 1e50, 1e20, true), 0.0);
+    // F densities from the closed form at 120 digits in mpmath: the
+    // exponent there is of order 1, so 8 ulps.
+    EXPECT_LE(ulp_distance(FisherFPDF(1, 1e50, 1e20), 2820947917.7387814), 8);
+    EXPECT_LE(ulp_distance(FisherFPDF(1, 1e16, 1e16), 19947114.020071633), 8);
+    // The binomial cdf is 1 - I_p(k + 1, n - k). At n = 2^32 - 1, p = 1/2 the
+    // lower half of the support holds exactly 1/2; 65536 below the centre
+    // (3 sd) mpmath gives 0.022750131929323079972 (the quadrature above).
+    const double n = 4294967295.0;
+    EXPECT_LE(ulp_distance(BinomialCDF(2147483647.0, n, 0.5, false), 0.5), 2);
+    EXPECT_LE(ulp_distance(BinomialCDF(2147483647.0, n, 0.5, true), 0.5), 2);
+    EXPECT_LE(ulp_distance(BinomialCDF(2147418111.0, n, 0.5, false), 0.022750131929323079972), 16);
+    EXPECT_EQ(errno, 0);
+}

@@ -8,13 +8,16 @@
 // incomplete gamma and beta functions and their inverses (DiDonato and Morris,
 // ACM TOMS 12 (1986) 377-393 and 18 (1992) 360-373). The upper tail is always
 // Boost's complement evaluation, never one minus the lower tail. The beta
-// quantile is Boost's, over the shared inverse of inverse_beta.hpp.
+// quantile is Boost's, over the shared inverse of inverse_beta.hpp. With both
+// shapes large the density and the two tails come from
+// incomplete_beta_large.hpp instead of Boost's incomplete beta function.
 #include <boost/math/distributions/beta.hpp>
 #include <boost/math/distributions/gamma.hpp>
 
 #include "QuillonCoreMath.h"
 #include "continuous/parameter_checks.hpp"
 #include "conventions.hpp"
+#include "special/incomplete_beta_large.hpp"
 #include "special/inverse_beta.hpp"
 #include "tails.hpp"
 
@@ -31,6 +34,7 @@ using BetaDist = boost::math::beta_distribution<double, ErrnoPolicy>;
 
 constexpr const char* kGamma = "boost::math::gamma_distribution<%1%>::gamma_distribution";
 constexpr const char* kBeta = "boost::math::beta_distribution<%1%>::beta_distribution";
+constexpr const char* kBetaPdf = "boost::math::pdf(const beta_distribution<%1%>&, %1%)";
 constexpr const char* kBetaQuantile = "boost::math::quantile(beta_distribution<%1%> const&, %1%)";
 
 bool gamma_ok(double shape, double scale) {
@@ -70,12 +74,16 @@ double GammaICDF(double p, double shape, double scale, qcm_flag upper) {
 double BetaPDF(double x, double alpha, double beta) {
     ErrnoGuard guard;
     if (!beta_ok(alpha, beta)) return rejected();
+    if (qcm::large_beta_shapes(alpha, beta) && x > 0 && x < 1)
+        return qcm::checked_result<ErrnoPolicy>(qcm::ibeta_derivative_large(alpha, beta, x), kBetaPdf);
     return boost::math::pdf(BetaDist(alpha, beta), x);
 }
 
 double BetaCDF(double x, double alpha, double beta, qcm_flag upper) {
     ErrnoGuard guard;
     if (!beta_ok(alpha, beta)) return rejected();
+    if (qcm::large_beta_shapes(alpha, beta) && x >= 0 && x <= 1)
+        return qcm::ibeta_large(alpha, beta, x, qcm::flag(upper));
     BetaDist dist(alpha, beta);
     return qcm::tail_cdf(dist, x, qcm::flag(upper));
 }

@@ -16,6 +16,13 @@
 // Upper tails: chi-squared and F use Boost's complement evaluation, so a tiny
 // p-value keeps its digits. Student's t uses its symmetry instead,
 // P(T > x) = P(T <= -x), and the upper quantile is the negated lower one.
+//
+// The F cdf is I_x(a, b) at a = df1 / 2, b = df2 / 2, x / (1 - x) = df1 f / df2.
+// With both halves large it comes from incomplete_beta_large.hpp, at the
+// offset (a + b) x - a = a (f - 1) / (1 + df1 f / df2), which keeps the
+// digits of f - 1 that x itself would round away; the density likewise, as
+// the density of t = log(x / (1 - x)) divided by f. (The t distribution
+// stays with Boost: its incomplete beta has a shape of 1/2.)
 #include <boost/math/distributions/chi_squared.hpp>
 // GCC 12 cannot see that the F quantile's inverse incomplete beta always
 // sets its second output once the parameters have passed their checks.
@@ -34,6 +41,7 @@
 #include "QuillonCoreMath.h"
 #include "continuous/parameter_checks.hpp"
 #include "conventions.hpp"
+#include "special/incomplete_beta_large.hpp"
 #include "special/inverse_beta.hpp"
 #include "tails.hpp"
 
@@ -53,6 +61,7 @@ constexpr const char* kStudentT = "boost::math::students_t_distribution<%1%>::st
 constexpr const char* kStudentTQuantile = "boost::math::quantile(const students_t_distribution<%1%>&, %1%)";
 constexpr const char* kChiSquared = "boost::math::chi_squared_distribution<%1%>::chi_squared_distribution";
 constexpr const char* kFisherF = "boost::math::fisher_f_distribution<%1%>::fisher_f_distribution";
+constexpr const char* kFisherFPdf = "boost::math::pdf(fisher_f_distribution<%1%> const&, %1%)";
 constexpr const char* kFisherFQuantile = "boost::math::quantile(fisher_f_distribution<%1%> const&, %1%)";
 constexpr const char* kDf = "Degrees of freedom argument is %1%, but must be > 0 !";
 
@@ -180,12 +189,27 @@ double ChiSquaredICDF(double p, double df, qcm_flag upper) {
 double FisherFPDF(double x, double df1, double df2) {
     ErrnoGuard guard;
     if (!f_df_ok(df1, df2)) return rejected();
+    if (qcm::large_beta_shapes(df1 / 2, df2 / 2) && x > 0 && qcm::is_finite(x)) {
+        const double ratio = x * (df1 / df2);
+        if (!qcm::is_finite(ratio)) return 0.0;
+        const double a = df1 / 2;
+        const double density = qcm::logit_density_large_at_offset(a, df2 / 2, a * ((x - 1) / (1 + ratio)));
+        return qcm::checked_result<ErrnoPolicy>(density / x, kFisherFPdf);
+    }
     return boost::math::pdf(FisherF(df1, df2), x);
 }
 
 double FisherFCDF(double x, double df1, double df2, qcm_flag upper) {
     ErrnoGuard guard;
     if (!f_df_ok(df1, df2)) return rejected();
+    if (qcm::large_beta_shapes(df1 / 2, df2 / 2) && x >= 0 && qcm::is_finite(x)) {
+        const bool up = qcm::flag(upper);
+        const double ratio = x * (df1 / df2);  // x / y of the incomplete beta
+        if (x == 0) return up ? 1.0 : 0.0;
+        if (!qcm::is_finite(ratio)) return up ? 0.0 : 1.0;
+        const double a = df1 / 2;
+        return qcm::ibeta_large_at_offset(a, df2 / 2, 1 / (1 + ratio), a * ((x - 1) / (1 + ratio)), up);
+    }
     FisherF dist(df1, df2);
     return qcm::tail_cdf(dist, x, qcm::flag(upper));
 }

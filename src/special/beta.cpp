@@ -21,12 +21,16 @@
 //    their branches convert it to an integer and throw, or worse.
 //  - The inverses go through inverse_beta.hpp, which keeps Boost's result
 //    where it is reliable and solves the far tails and huge shapes itself.
+//  - With both shapes from kLargeBetaShape on, I_x, its complement and the
+//    derivative come from incomplete_beta_large.hpp: Boost's lose accuracy
+//    there (0.025 relative at a = b = 1e15, 125 for a probability at 1e20).
 #include <boost/math/special_functions/beta.hpp>
 #include <cmath>
 #include <limits>
 
 #include "QuillonCoreMath.h"
 #include "conventions.hpp"
+#include "special/incomplete_beta_large.hpp"
 #include "special/inverse_beta.hpp"
 
 namespace {
@@ -82,6 +86,18 @@ double regularized_with_nan(double a, double b, double x, bool complement) {
     if (x == 0) return complement ? 1.0 : 0.0;
     if (x == 1) return complement ? 0.0 : 1.0;
     return kNaN;
+}
+
+// Valid arguments, none NaN, with both shapes large and finite.
+bool large_arguments(double a, double b, double x) {
+    return qcm::large_beta_shapes(a, b) && qcm::is_finite(a) && qcm::is_finite(b) && x >= 0 && x <= 1;
+}
+
+// I_x(a, b) or its complement.
+double regularized(double a, double b, double x, bool complement) {
+    if (any_nan(a, b, x)) return regularized_with_nan(a, b, x, complement);
+    if (large_arguments(a, b, x)) return qcm::ibeta_large(a, b, x, complement);
+    return complement ? boost::math::ibetac(a, b, x, ThrowPolicy()) : boost::math::ibeta(a, b, x, ThrowPolicy());
 }
 
 // d/dx I_x(a, b) at an end of [0, 1], where the exponent of that end decides:
@@ -154,6 +170,8 @@ double BetaDerivative(double a, double b, double x) {
         result = derivative_at_end(b, a, b);
     else if (any_nan(a, b, x))
         result = kNaN;
+    else if (large_arguments(a, b, x))
+        result = qcm::ibeta_derivative_large(a, b, x);
     else
         result = boost::math::ibeta_derivative(a, b, x, ErrnoPolicy());
     return qcm::checked_result<ErrnoPolicy>(result, kIbetaDerivativeName);
@@ -161,16 +179,12 @@ double BetaDerivative(double a, double b, double x) {
 
 double BetaRegularized(double a, double b, double x) {
     ErrnoGuard guard;
-    const double result =
-        any_nan(a, b, x) ? regularized_with_nan(a, b, x, false) : boost::math::ibeta(a, b, x, ThrowPolicy());
-    return qcm::checked_result<ThrowPolicy>(result, kIbetaName);
+    return qcm::checked_result<ThrowPolicy>(regularized(a, b, x, false), kIbetaName);
 }
 
 double BetaRegularizedC(double a, double b, double x) {
     ErrnoGuard guard;
-    const double result =
-        any_nan(a, b, x) ? regularized_with_nan(a, b, x, true) : boost::math::ibetac(a, b, x, ThrowPolicy());
-    return qcm::checked_result<ThrowPolicy>(result, kIbetacName);
+    return qcm::checked_result<ThrowPolicy>(regularized(a, b, x, true), kIbetacName);
 }
 
 double InverseBetaRegularized(double a, double b, double p) {
