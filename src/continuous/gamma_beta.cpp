@@ -8,9 +8,10 @@
 // incomplete gamma and beta functions and their inverses (DiDonato and Morris,
 // ACM TOMS 12 (1986) 377-393 and 18 (1992) 360-373). The upper tail is always
 // Boost's complement evaluation, never one minus the lower tail. The beta
-// quantile is Boost's, over the shared inverse of inverse_beta.hpp. With both
-// shapes large the density and the two tails come from
-// incomplete_beta_large.hpp instead of Boost's incomplete beta function.
+// quantile is Boost's, over the shared inverse of inverse_beta.hpp, and the
+// gamma quantile over that of inverse_gamma.hpp. With both shapes large the
+// beta density and the two tails come from incomplete_beta_large.hpp instead
+// of Boost's incomplete beta function.
 #include <boost/math/distributions/beta.hpp>
 #include <boost/math/distributions/gamma.hpp>
 
@@ -19,6 +20,7 @@
 #include "conventions.hpp"
 #include "special/incomplete_beta_large.hpp"
 #include "special/inverse_beta.hpp"
+#include "special/inverse_gamma.hpp"
 #include "tails.hpp"
 
 namespace {
@@ -67,6 +69,10 @@ double GammaCDF(double x, double shape, double scale, qcm_flag upper) {
 double GammaICDF(double p, double shape, double scale, qcm_flag upper) {
     ErrnoGuard guard;
     if (!gamma_ok(shape, scale)) return rejected();
+    // Boost's gamma quantile, scale times the inverse incomplete gamma
+    // function, here the shared one of inverse_gamma.hpp. Its checks and end
+    // points (p outside (0, 1)) stay Boost's.
+    if (p > 0 && p < 1) return qcm::inverse_gamma(shape, p, qcm::flag(upper)) * scale;
     GammaDist dist(shape, scale);
     return qcm::tail_quantile(dist, p, qcm::flag(upper));
 }

@@ -11,7 +11,8 @@
 //
 // The t quantile's far tails, and the quantiles where Boost's estimates
 // overflow too early, come from the shared inverse incomplete beta function
-// instead (t_quantile below).
+// instead (t_quantile below); the chi-squared quantile's far tails from the
+// shared inverse incomplete gamma function.
 //
 // Upper tails: chi-squared and F use Boost's complement evaluation, so a tiny
 // p-value keeps its digits. Student's t uses its symmetry instead,
@@ -43,6 +44,7 @@
 #include "conventions.hpp"
 #include "special/incomplete_beta_large.hpp"
 #include "special/inverse_beta.hpp"
+#include "special/inverse_gamma.hpp"
 #include "tails.hpp"
 
 namespace {
@@ -182,6 +184,10 @@ double ChiSquaredCDF(double x, double df, qcm_flag upper) {
 double ChiSquaredICDF(double p, double df, qcm_flag upper) {
     ErrnoGuard guard;
     if (!df_ok(kChiSquared, df)) return rejected();
+    // Boost's chi-squared quantile, twice the inverse incomplete gamma
+    // function at df / 2, here the shared one of inverse_gamma.hpp. Its checks
+    // and end points (p outside (0, 1)) stay Boost's.
+    if (p > 0 && p < 1) return 2 * qcm::inverse_gamma(df / 2, p, qcm::flag(upper));
     ChiSquared dist(df);
     return qcm::tail_quantile(dist, p, qcm::flag(upper));
 }

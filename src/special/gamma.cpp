@@ -6,7 +6,8 @@
 // gamma family (Lanczos approximation for tgamma/lgamma; the incomplete gamma
 // functions by the series, continued fractions and Temme expansions of
 // DiDonato & Morris, ACM TOMS 12 (1986) 377-393; the inverses by their initial
-// estimate refined with Halley iteration). The policy differs per export and
+// estimate refined with Halley iteration, with the far tails of
+// inverse_gamma.hpp). The policy differs per export and
 // is part of the interface: Gamma, the non-regularized incomplete functions
 // and the inverses report through errno, the others throw.
 //
@@ -29,6 +30,7 @@
 
 #include "QuillonCoreMath.h"
 #include "conventions.hpp"
+#include "special/inverse_gamma.hpp"
 
 namespace {
 
@@ -144,7 +146,7 @@ double InverseGammaRegularized(double a, double p) {
     if (p == 1) return kLargest;
     if (p == 0) return 0.0;
     if (!valid) return kNaN;
-    return boost::math::gamma_p_inv(a, p, ErrnoPolicy());
+    return qcm::inverse_gamma(a, p, false);
 }
 
 double InverseGammaRegularizedC(double a, double q) {
@@ -153,7 +155,7 @@ double InverseGammaRegularizedC(double a, double q) {
     if (q == 0) return kLargest;
     if (q == 1) return 0.0;
     if (!valid) return kNaN;
-    return boost::math::gamma_q_inv(a, q, ErrnoPolicy());
+    return qcm::inverse_gamma(a, q, true);
 }
 
 double LogXplus1(double x) {
