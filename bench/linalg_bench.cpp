@@ -20,26 +20,10 @@
 #include <vector>
 
 #include "QuillonCoreMath.h"
+#include "linalg/lapack.hpp"
 
-extern "C" {
-void dgeqrf_(const int* m, const int* n, double* a, const int* lda, double* tau, double* work, const int* lwork,
-             int* info);
-void dgeqp3_(const int* m, const int* n, double* a, const int* lda, int* jpvt, double* tau, double* work,
-             const int* lwork, int* info);
-void dorgqr_(const int* m, const int* n, const int* k, double* a, const int* lda, const double* tau, double* work,
-             const int* lwork, int* info);
-void dormqr_(const char* side, const char* trans, const int* m, const int* n, const int* k, const double* a,
-             const int* lda, const double* tau, double* c, const int* ldc, double* work, const int* lwork, int* info);
-void dtrtrs_(const char* uplo, const char* trans, const char* diag, const int* n, const int* nrhs, const double* a,
-             const int* lda, double* b, const int* ldb, int* info);
-void dgesdd_(const char* jobz, const int* m, const int* n, double* a, const int* lda, double* s, double* u,
-             const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork, int* iwork, int* info);
-void dgels_(const char* trans, const int* m, const int* n, const int* nrhs, double* a, const int* lda, double* b,
-            const int* ldb, double* work, const int* lwork, int* info);
-void dgelsy_(const int* m, const int* n, const int* nrhs, double* a, const int* lda, double* b, const int* ldb,
-             int* jpvt, const double* rcond, int* rank, double* work, const int* lwork, int* info);
-void dgeqr2_(const int* m, const int* n, double* a, const int* lda, double* tau, double* work, int* info);
-}
+// LAPACK's unblocked QR, which the library does not call itself.
+extern "C" void dgeqr2_(const int* m, const int* n, double* a, const int* lda, double* tau, double* work, int* info);
 
 namespace {
 
