@@ -29,6 +29,8 @@
 #include <boost/math/quadrature/gauss.hpp>
 #include <cmath>
 
+#include "special/stirling_series.hpp"
+
 namespace qcm {
 namespace {
 
@@ -42,10 +44,6 @@ constexpr double kUnderflowExponent = 760;
 // Integrand level below which the panels stop, and their largest number.
 constexpr double kNegligible = 1e-20;
 constexpr int kMaxPanels = 16;
-
-// e(z) for z >= 1e5: 1/(12 z) - 1/(360 z^3); the next term, 1/(1260 z^5),
-// is below 1e-22 of the first.
-double stirling_error(double z) { return (1.0 / 12 - 1.0 / (360 * z * z)) / z; }
 
 // bd0(k, k (1 + q)) = k (q - log(1 + q)), for q >= -1. Near the mode q is
 // of order k^-1/2, so the products are grouped as (k q) q and ((k v) v) v:
@@ -79,7 +77,7 @@ struct Shapes {
           b(b_),
           ratio(a_ / b_),
           sd(std::sqrt(1 / a_ + 1 / b_)),
-          delta(stirling_error(a_ + b_) - stirling_error(a_) - stirling_error(b_)) {}
+          delta(stirling_series(a_ + b_) - stirling_series(a_) - stirling_series(b_)) {}
 
     // H from the relative offsets r x / a - 1 and r y / b - 1.
     double deviances(double qa, double qb) const { return deviance(a, qa) + deviance(b, qb); }

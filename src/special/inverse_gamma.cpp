@@ -25,6 +25,7 @@
 #include <limits>
 
 #include "conventions.hpp"
+#include "special/stirling_series.hpp"
 
 namespace qcm {
 namespace {
@@ -45,14 +46,10 @@ constexpr const char* kLowerName = "boost::math::gamma_p_inv<%1%>(%1%, %1%)";
 constexpr const char* kUpperName = "boost::math::gamma_q_inv<%1%>(%1%, %1%)";
 
 // delta(a) = ln Gamma(a + 1) - (a + 1/2) ln a + a - ln(2 pi) / 2, Stirling's
-// error term, by its asymptotic series from a = 10 on (first omitted term
-// below 3e-17 there).
+// error term: directly below a = 10, by its asymptotic series from there on.
 double stirling_error(double a) {
     if (a < 10) return boost::math::lgamma(a + 1, ErrnoPolicy()) - (a + 0.5) * std::log(a) + a - 0.5 * kLogTwoPi;
-    const double r = 1 / a, r2 = r * r;
-    return r * (1.0 / 12 -
-                r2 * (1.0 / 360 -
-                      r2 * (1.0 / 1260 - r2 * (1.0 / 1680 - r2 * (1.0 / 1188 - r2 * (691.0 / 360360 - r2 / 156))))));
+    return stirling_series(a);
 }
 
 // a ln(a / x) + x - a >= 0. Near x = a its terms cancel; there it is summed
